@@ -1,22 +1,7 @@
 #include "RemoteItem.h"
 
+#include "emptyrow.h"
 #include "remoteentry.h"
-
-namespace {
-
-/** What all rows share: that they have four columns, and the alignment of sizes. A copy of it allocates nothing. */
-const QTreeWidgetItem &emptyRow()
-{
-    static const QTreeWidgetItem row = [] {
-        QTreeWidgetItem item;
-        item.setTextAlignment(1, Qt::AlignRight);
-        item.setData(3, Qt::UserRole, QVariant());
-        return item;
-    }();
-    return row;
-}
-
-} // namespace
 
 RemoteItem::RemoteItem(std::unique_ptr<FTP_FIND_DATA> entry, const QIcon &icon)
     : QTreeWidgetItem(emptyRow()),

@@ -1,5 +1,6 @@
 #include "localrow.h"
 
+#include "emptyrow.h"
 #include "rowtexts.h"
 
 #include <QDateTime>
@@ -10,18 +11,6 @@ namespace localrow {
 namespace {
 
 constexpr int folderMark = 1; // value of the user role in column 0
-
-/** What all rows share: that they have four columns, and the alignment of sizes. A copy of it allocates nothing. */
-const QTreeWidgetItem &emptyRow()
-{
-    static const QTreeWidgetItem row = [] {
-        QTreeWidgetItem item;
-        item.setTextAlignment(1, Qt::AlignRight);
-        item.setData(3, Qt::UserRole, QVariant());
-        return item;
-    }();
-    return row;
-}
 
 /**
  * Asks the disk for size and time, and makes texts and tool tip, when the view asks for them, which it does for the

@@ -34,9 +34,20 @@ QString clock(qint64 milliseconds)
     return QLocale().toString(QDateTime::fromMSecsSinceEpoch(milliseconds).time(), QLocale::ShortFormat);
 }
 
+/** As the dialogs say it: "512 B", "12.3 MB", 1024-based and up to GB. */
 QString amount(quint64 bytes)
 {
-    return QLocale().formattedDataSize(static_cast<qint64>(bytes), 1, QLocale::DataSizeTraditionalFormat);
+    if (bytes < 1024)
+        return tr("%1 B").arg(bytes);
+    static const char *const units[] = {QT_TRANSLATE_NOOP("Catalogue", "%1 KB"),
+                                        QT_TRANSLATE_NOOP("Catalogue", "%1 MB"),
+                                        QT_TRANSLATE_NOOP("Catalogue", "%1 GB")};
+    double value = static_cast<double>(bytes) / 1024;
+    size_t unit = 0;
+    // 1023.95 is where one decimal would round up to "1024.0".
+    for (; value >= 1023.95 && unit < 2; ++unit)
+        value /= 1024;
+    return tr(units[unit]).arg(QLocale().toString(value, 'f', 1));
 }
 
 } // namespace

@@ -32,7 +32,7 @@ private slots:
     void tray_aFileIsReceived_tellsSo();
     void tray_newsClicked_bringsTheWindowBack();
     void tray_menuShow_bringsTheWindowBack();
-    void passkey_declined_saysThatTheDeviceRefused();
+    void passkey_declined_saysThatTheDeviceDidNotGetIt();
     void passkey_wrong_saysSoAndAsksAgainNextTime();
     void passkey_right_opensTheDevice();
     void status_ofAConnection_showsDeviceAndState();
@@ -54,8 +54,8 @@ private:
 
 namespace {
 
-const QString refused = QStringLiteral("Connecting to Vault failed. The device did not accept the passkey. "
-                                       "Connect again and type the passkey that the device shows.");
+const QString noPasskey = QStringLiteral("Connecting to Vault failed. The device did not get the right passkey. "
+                                         "Connect again and type the passkey that the device shows.");
 
 QStringList labelsOf(const QWidget *box)
 {
@@ -221,7 +221,7 @@ bool Guests::openVault()
     return hand::raise(&window()) && hand::doubleClick(hand::rowOf(tree(), vault()));
 }
 
-void Guests::passkey_declined_saysThatTheDeviceRefused()
+void Guests::passkey_declined_saysThatTheDeviceDidNotGetIt()
 {
     const QString port = startDevice(&m_vault, {QStringLiteral("--secure"), QStringLiteral("2468")});
     QVERIFY(!port.isEmpty());
@@ -230,7 +230,7 @@ void Guests::passkey_declined_saysThatTheDeviceRefused()
     answerBoxWith(QStringLiteral("Escape"), [&](QWidget *box) { question = labelsOf(box).join(u'\n'); });
     QVERIFY(openVault());
     QTRY_COMPARE(question, QStringLiteral("Vault asks for its passkey. It is shown on that device."));
-    QTRY_VERIFY(sentences().contains(refused));
+    QTRY_VERIFY(sentences().contains(noPasskey));
     QVERIFY(takeClient());
     QVERIFY(hand::raise(m_client));
 }
@@ -240,7 +240,7 @@ void Guests::passkey_wrong_saysSoAndAsksAgainNextTime()
     closeSentences();
     answerBoxWith(QStringLiteral("1 2 3 4 Return"));
     QVERIFY(refresh());
-    QTRY_VERIFY(sentences().contains(refused));
+    QTRY_VERIFY(sentences().contains(noPasskey));
     QVERIFY(pane("m_pRemoteTree")->topLevelItemCount() == 0);
 }
 

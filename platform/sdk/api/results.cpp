@@ -38,7 +38,7 @@ constexpr Texts ownTexts[] = {
      "Look whether its file transfer service can be switched on."},
     {BTSDK_ER_SETTINGS, "The settings file cannot be read or written.",
      "Look at its permissions and at those of its folder."},
-    {BTSDK_ER_AUTHENTICATION, "The device did not accept the passkey.",
+    {BTSDK_ER_AUTHENTICATION, "The device did not get the right passkey.",
      "Connect again and type the passkey that the device shows."},
     {BTSDK_ER_CALLBACK, "That cannot be done from within a notification.", "Try again when it has ended."},
     {BTSDK_ER_LOCAL_FULL, "There is more of it than can be handled.",

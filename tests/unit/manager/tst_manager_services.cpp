@@ -64,7 +64,7 @@ class ManagerServices : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase() { qRegisterMetaType<RowTarget>("manager::RowTarget"); }
+    void initTestCase();
     void stateText_ofADevice_data();
     void stateText_ofADevice();
     void stateText_ofAShortcut_data();
@@ -84,6 +84,12 @@ private slots:
     void doubleClick_onARow_asksForItsDefault();
     void toolTip_ofAGroup_asksForNothing();
 };
+
+void ManagerServices::initTestCase()
+{
+    QLocale::setDefault(QLocale::c());
+    qRegisterMetaType<RowTarget>("manager::RowTarget");
+}
 
 void ManagerServices::stateText_ofADevice_data()
 {
@@ -157,23 +163,33 @@ void ManagerServices::stateText_ofAServer_data()
 {
     QTest::addColumn<unsigned int>("status");
     QTest::addColumn<unsigned int>("clients");
+    QTest::addColumn<quint64>("received");
     QTest::addColumn<QString>("text");
-    QTest::newRow("stopped") << unsigned(BTSDK_SERVER_STOPPED) << 0U << "Stopped";
-    QTest::newRow("started") << unsigned(BTSDK_SERVER_STARTED) << 0U << "Started, listening at 127.0.0.1:6502";
-    QTest::newRow("one client") << unsigned(BTSDK_SERVER_CONNECTED) << 1U
-                                << "Ada is connected (received 1.5 kB, sent 0 bytes)";
-    QTest::newRow("several clients") << unsigned(BTSDK_SERVER_CONNECTED) << 3U
-                                     << "3 devices are connected (received 1.5 kB, sent 0 bytes)";
+    const auto moved = [](const char *name, quint64 bytes, const char *amount) {
+        QTest::newRow(name) << unsigned(BTSDK_SERVER_CONNECTED) << 1U << bytes
+                            << QStringLiteral("Ada is connected (received %1, sent 0 B)").arg(QLatin1String(amount));
+    };
+    QTest::newRow("stopped") << unsigned(BTSDK_SERVER_STOPPED) << 0U << quint64(0) << "Stopped";
+    QTest::newRow("started") << unsigned(BTSDK_SERVER_STARTED) << 0U << quint64(0)
+                             << "Started, listening at 127.0.0.1:6502";
+    QTest::newRow("several clients") << unsigned(BTSDK_SERVER_CONNECTED) << 3U << quint64(1536)
+                                     << "3 devices are connected (received 1.5 KB, sent 0 B)";
+    moved("the last of the bytes", 1023, "1023 B");
+    moved("the first kilobyte", 1024, "1.0 KB");
+    moved("just below a megabyte", 1024 * 1024 - 1, "1.0 MB");
+    moved("gigabytes", quint64(3) << 29, "1.5 GB");
+    moved("more than gigabytes", quint64(5) << 40, "5120.0 GB");
 }
 
 void ManagerServices::stateText_ofAServer()
 {
     QFETCH(unsigned int, status);
     QFETCH(unsigned int, clients);
+    QFETCH(quint64, received);
     BtSdkServerInfo info = server();
     info.status = static_cast<uint16_t>(status);
     info.clients = clients;
-    info.bytesReceived = 1536;
+    info.bytesReceived = received;
     copy(info.client, "Ada");
     QTEST(stateText(info), "text");
 }

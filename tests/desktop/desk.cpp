@@ -10,8 +10,10 @@
 #include <QMenu>
 #include <QProcess>
 #include <QScreen>
+#include <QStatusBar>
 #include <QTest>
 #include <QTimer>
+#include <QToolTip>
 
 using namespace manager;
 
@@ -125,14 +127,39 @@ QTreeWidgetItem *Desk::remoteRow(const char *name) const
     return remote ? remote->findItems(QString::fromLatin1(name), Qt::MatchExactly, 0).value(0) : nullptr;
 }
 
-bool Desk::chooseFromMenu(QTreeWidgetItem *item, const QString &text)
+QMenu *Desk::openMenu(QTreeWidgetItem *item)
 {
     if (!item || !hand::raise(&window()) || !hand::click(hand::rowOf(tree(), item), 3))
-        return false;
+        return nullptr;
     QMenu *menu = nullptr;
-    if (!QTest::qWaitFor([&menu] { return (menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())); }))
+    if (QTest::qWaitFor([&menu] { return (menu = qobject_cast<QMenu *>(QApplication::activePopupWidget())); }))
+        takePicture(QStringLiteral("menu"));
+    return menu;
+}
+
+QStringList Desk::readMenu(QTreeWidgetItem *item)
+{
+    const QMenu *menu = openMenu(item);
+    if (!menu)
+        return {};
+    QStringList texts;
+    const QList<QAction *> entries = menu->actions();
+    for (const QAction *action : entries) {
+        const QString text = action->isSeparator() ? QStringLiteral("-") : action->text();
+        texts << (action->font().bold() ? text + QStringLiteral(" (bold)") : text);
+    }
+    hand::key(QStringLiteral("Escape"));
+    const bool closed = QTest::qWaitFor([this] { return !m_manager->profiles().menuIsOpen(); });
+    // Another button in between, or a right click that follows soon would be a double-click and open no menu.
+    hand::click(hand::centre(window().statusBar()));
+    return closed ? texts : QStringList();
+}
+
+bool Desk::chooseFromMenu(QTreeWidgetItem *item, const QString &text)
+{
+    QMenu *menu = openMenu(item);
+    if (!menu)
         return false;
-    takePicture(QStringLiteral("menu"));
     const QList<QAction *> entries = menu->actions();
     for (QAction *action : entries) {
         if (action->text() == text)
@@ -142,36 +169,66 @@ bool Desk::chooseFromMenu(QTreeWidgetItem *item, const QString &text)
     return false;
 }
 
+QString Desk::readTip(QTreeWidgetItem *item)
+{
+    const auto moveAway = [this] {
+        return hand::moveTo(hand::centre(window().statusBar())) &&
+               QTest::qWaitFor([] { return !QToolTip::isVisible(); });
+    };
+    QString text;
+    if (hand::raise(&window()) && moveAway() && hand::moveTo(hand::rowOf(tree(), item)) &&
+        QTest::qWaitFor([] { return QToolTip::isVisible(); })) {
+        text = QToolTip::text();
+        QTest::qWait(300); // it is drawn
+        takePicture(QStringLiteral("tip"));
+    }
+    return moveAway() ? text : QString();
+}
+
 bool Desk::addDevice(const QString &name, const QString &port, const QString &wrongPort)
 {
     if (!hand::raise(&window()))
         return false;
-    // The dialog runs an event loop of its own, so that all that is typed is sent by one process.
-    QString keys = QStringLiteral("type() { xdotool type --delay 15 \"$1\"; }; press() { xdotool key \"$1\"; };"
-                                  "press ctrl+n; sleep 1; type %1; press Tab; type 127.0.0.1; press Tab; ")
-                       .arg(name);
+    const auto typeAndEnter = [](const QString &text) {
+        return QStringList{QStringLiteral("sh"), QStringLiteral("-c"),
+                           QStringLiteral("xdotool type --delay 15 \"$1\" && xdotool key Return"), QStringLiteral("sh"),
+                           text};
+    };
+    const auto complains = [](const QWidget *box) {
+        const auto *error = box->findChild<QLabel *>(QStringLiteral("deviceError"));
+        return error && !error->text().isEmpty();
+    };
+    const QString first = wrongPort.isEmpty() ? port : wrongPort;
+    answerBox([](const QWidget *) { return true; }, typeAndEnter(name + QStringLiteral("\t127.0.0.1\t") + first));
     if (!wrongPort.isEmpty())
-        keys += QStringLiteral("type %1; press Return; sleep 0.5; ").arg(wrongPort);
-    keys += QStringLiteral("type %1; press Return").arg(port);
-    return sendBy(QStringLiteral("sh"), {QStringLiteral("-c"), keys}) &&
-           QTest::qWaitFor([&] { return deviceRow(name) != nullptr; }, patience);
+        answerBox(complains, typeAndEnter(port));
+    return hand::key(QStringLiteral("ctrl+n")) && QTest::qWaitFor([&] { return deviceRow(name) != nullptr; }, patience);
 }
 
-void Desk::answerBoxWith(const QString &keys, const std::function<void(QWidget *)> &look)
+void Desk::answerBox(const std::function<bool(QWidget *)> &ready, const QStringList &command)
 {
+    // The box runs an event loop of its own, in which only a timer gets its turn.
     auto *timer = new QTimer(this);
-    connect(timer, &QTimer::timeout, this, [this, timer, keys, look] {
+    connect(timer, &QTimer::timeout, this, [this, timer, ready, command] {
         QWidget *box = QApplication::activeModalWidget();
-        if (!box || !box->isActiveWindow())
+        if (!box || !box->isActiveWindow() || !ready(box))
             return;
         timer->stop();
         timer->deleteLater();
         takePicture(QStringLiteral("box"));
-        if (look)
-            look(box);
-        QProcess::startDetached(QStringLiteral("xdotool"), QStringList{QStringLiteral("key")} + keys.split(u' '));
+        QProcess::startDetached(command.first(), command.mid(1));
     });
     timer->start(250);
+}
+
+void Desk::answerBoxWith(const QString &keys, const std::function<void(QWidget *)> &look)
+{
+    const auto lookAndAgree = [look](QWidget *box) {
+        if (look)
+            look(box);
+        return true;
+    };
+    answerBox(lookAndAgree, QStringList{QStringLiteral("xdotool"), QStringLiteral("key")} + keys.split(u' '));
 }
 
 bool Desk::recordOpenedFiles()

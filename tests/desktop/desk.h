@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 
+class QMenu;
 class QProcess;
 
 /**
@@ -45,6 +46,10 @@ protected:
     QTreeWidget *pane(const char *name) const;
     QTreeWidgetItem *remoteRow(const char *name) const;
 
+    /** What the menu of a row holds: texts, "-" for a separator, " (bold)" behind the default entry. */
+    QStringList readMenu(QTreeWidgetItem *item);
+    /** The tool tip that comes when the mouse rests on a row; empty when none does. */
+    QString readTip(QTreeWidgetItem *item);
     bool chooseFromMenu(QTreeWidgetItem *item, const QString &text);
     /** Adds a device through the dialog, by keys alone. @param wrongPort  typed first, for the dialog to refuse */
     bool addDevice(const QString &name, const QString &port, const QString &wrongPort = {});
@@ -71,6 +76,10 @@ protected:
     QPointer<QWidget> m_client;
 
 private:
+    QMenu *openMenu(QTreeWidgetItem *item);
+    /** Runs a command for the next modal box, as soon as that is in front and ready for it. */
+    void answerBox(const std::function<bool(QWidget *)> &ready, const QStringList &command);
+
     int m_count = 0;
 };
 

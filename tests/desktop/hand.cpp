@@ -49,6 +49,11 @@ QPoint entryOf(QMenu *menu, QAction *action)
     return menu->mapToGlobal(menu->actionGeometry(action).center());
 }
 
+bool moveTo(const QPoint &where)
+{
+    return send(move(where));
+}
+
 bool click(const QPoint &where, int button)
 {
     return send(move(where) + rest(0.05) + QStringList{QStringLiteral("click"), QString::number(button)});

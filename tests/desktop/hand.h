@@ -25,6 +25,7 @@ QPoint centre(const QWidget *widget);
 QPoint rowOf(QTreeWidget *tree, QTreeWidgetItem *item);
 QPoint entryOf(QMenu *menu, QAction *action);
 
+bool moveTo(const QPoint &where);
 bool click(const QPoint &where, int button = 1);
 bool doubleClick(const QPoint &where);
 bool drag(const QPoint &from, const QPoint &to);

@@ -3,6 +3,7 @@
 #include "desk.h"
 #include "hand.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QDir>
 #include <QProcess>
@@ -33,9 +34,15 @@ private slots:
     void drag_fromTheLocalPane_uploads();
     void deleteKey_andYes_deletesOnTheDevice();
     void escape_duringADownload_cancelsItAndLeavesNothing();
+    void toolTip_ofARow_saysWhatADoubleClickDoes();
+    void menu_ofAConnectedDevice_isTheShorterOne();
     void menu_disconnect_closesTheWindow();
+    void menu_ofAnIdleDevice_isTheShorterOne();
     void enter_onTheService_opensItAgain();
+    void menu_ofTheStoppedLocalService_hasEnableInBold();
     void menu_ofTheLocalService_enablesIt();
+    void menu_ofTheStartedLocalService_hasTheSharedFolderInBold();
+    void doubleClick_onTheStartedLocalService_opensTheSharedFolder();
     void file_sentByAnotherDevice_isToldAndListed();
     void buttons_ofTheNews_openTheFileAndItsFolder();
     void program_received_isNotOpened();
@@ -181,11 +188,30 @@ void Desktop::escape_duringADownload_cancelsItAndLeavesNothing()
     huge.remove();
 }
 
+void Desktop::toolTip_ofARow_saysWhatADoubleClickDoes()
+{
+    QCOMPARE(readTip(row(RowTarget::Shortcut, 0)), QStringLiteral("Double-click to show service's status.\n"
+                                                                  "Right-click to get more options."));
+    QCOMPARE(readTip(row(RowTarget::Server, 0)), QStringLiteral("Double-click to view the shared folder.\n"
+                                                                "Right-click to get more options."));
+}
+
+void Desktop::menu_ofAConnectedDevice_isTheShorterOne()
+{
+    QCOMPARE(readMenu(row(RowTarget::Device, 0)),
+             (QStringList{"&Disconnect Bluetooth File Transfer", "-", "&Remove Device..."}));
+}
+
 void Desktop::menu_disconnect_closesTheWindow()
 {
     QVERIFY(chooseFromMenu(row(RowTarget::Shortcut, 0), QStringLiteral("&Disconnect")));
     QTRY_VERIFY(m_client.isNull());
     QTRY_COMPARE(row(RowTarget::Shortcut, 0)->text(1), QStringLiteral("Not connected"));
+}
+
+void Desktop::menu_ofAnIdleDevice_isTheShorterOne()
+{
+    QCOMPARE(readMenu(row(RowTarget::Device, 0)), (QStringList{"&Open File Explorer", "-", "&Remove Device..."}));
 }
 
 void Desktop::enter_onTheService_opensItAgain()
@@ -197,11 +223,30 @@ void Desktop::enter_onTheService_opensItAgain()
     QTRY_VERIFY(remoteRow("Welcome.txt"));
 }
 
+void Desktop::menu_ofTheStoppedLocalService_hasEnableInBold()
+{
+    QCOMPARE(readMenu(row(RowTarget::Server, 0)),
+             (QStringList{"&Open shared folder", "-", "&Enable (bold)", "&Status", "-", "&Properties"}));
+}
+
 void Desktop::menu_ofTheLocalService_enablesIt()
 {
     QVERIFY(chooseFromMenu(row(RowTarget::Server, 0), QStringLiteral("&Enable")));
     QTRY_VERIFY(row(RowTarget::Server, 0)->text(1).startsWith(QStringLiteral("Started")));
     QVERIFY(settings::serverWanted());
+}
+
+void Desktop::menu_ofTheStartedLocalService_hasTheSharedFolderInBold()
+{
+    QCOMPARE(readMenu(row(RowTarget::Server, 0)),
+             (QStringList{"&Open shared folder (bold)", "-", "&Disable", "&Status", "-", "&Properties"}));
+}
+
+void Desktop::doubleClick_onTheStartedLocalService_opensTheSharedFolder()
+{
+    QVERIFY(hand::raise(&window()));
+    QVERIFY(hand::doubleClick(hand::rowOf(tree(), row(RowTarget::Server, 0))));
+    QTRY_COMPARE(openedFiles(), QStringList(sharedUrl("")));
 }
 
 void Desktop::file_sentByAnotherDevice_isToldAndListed()
@@ -236,7 +281,8 @@ void Desktop::program_received_isNotOpened()
     QVERIFY(program.remove());
     const QList<QPushButton *> buttons = window().notices()->findChildren<QPushButton *>();
     QCOMPARE(buttons.size(), 4);
-    QTest::qWait(100); // the new line has its place
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QTRY_COMPARE(QApplication::widgetAt(hand::centre(buttons[2])), buttons[2]);
     QVERIFY(hand::click(hand::centre(buttons[2])));
     QTRY_VERIFY(sentences().contains(QStringLiteral("Surprise.desktop is a program")));
     QCOMPARE(openedFiles(), QStringList());
@@ -344,9 +390,12 @@ void Desktop::manager_closedWithWindowsOpen_endsWithoutAMurmur()
         return QString::fromUtf8(list.readAllStandardOutput());
     };
     QTRY_VERIFY_WITH_TIMEOUT(windows().contains(QStringLiteral("Velmaro Manager")), 15000);
-    QTest::qWait(2500); // the demo device comes up; nothing outside that process tells
-    QVERIFY(hand::key(QStringLiteral("Return")));
-    QTRY_VERIFY_WITH_TIMEOUT(windows().contains(QStringLiteral("Bluetooth File Transfer")), 10000);
+    // The demo device comes up and is chosen at some time, and nothing outside that process tells when.
+    const auto opens = [&windows] {
+        const auto isOpen = [&windows] { return windows().contains(QStringLiteral("Bluetooth File Transfer")); };
+        return hand::key(QStringLiteral("Return")) && QTest::qWaitFor(isOpen, 3000);
+    };
+    QVERIFY(QTest::qWaitFor(opens, 30000));
     takePicture(QStringLiteral("other-manager"));
     QCOMPARE(QProcess::execute(QStringLiteral("wmctrl"), {QStringLiteral("-c"), QStringLiteral("Velmaro Manager")}), 0);
     QTRY_VERIFY_WITH_TIMEOUT(other.state() == QProcess::NotRunning, 15000);

@@ -7,17 +7,13 @@
 
 #include "obex/server.h"
 #include "rawclient.h"
+#include "sharetree.h"
 #include "transport/tcp.h"
 
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <mutex>
-#include <sys/stat.h>
 #include <unistd.h>
 
 /** Notes what it is told; finds out when it is told two things at once. */
@@ -68,20 +64,14 @@ private:
     std::atomic<bool> m_overlapped{false};
 };
 
-/** root()/share is served on a free port of the loopback address; root()/outside and root()/share-private are not. */
-class ServedFolder
+/** Serves share/ of its tree on a free port of the loopback address. */
+class ServedFolder : public ShareTree
 {
 public:
     using Change = std::function<void(obex::ServerConfig &)>;
 
     explicit ServedFolder(const Change &change = {}) : m_server({}, &observer)
     {
-        for (const char *folder : {"share/sub", "outside", "share-private"})
-            QDir(m_root.path()).mkpath(QString::fromLatin1(folder));
-        write("outside/secret.txt", "secret");
-        write("share-private/secret.txt", "secret");
-        write("share/file.txt", "content");
-        write("share/sub/inner.txt", "inner");
         config.folder = path("share").toStdString();
         config.access = share::Access::Writable;
         if (change)
@@ -110,50 +100,11 @@ public:
         return connected;
     }
 
-    QString path(const char *relative) const { return m_root.filePath(QString::fromUtf8(relative)); }
-    QByteArray local(const char *relative) const { return QFile::encodeName(path(relative)); }
-
-    void write(const char *relative, const QByteArray &content) const
-    {
-        QFile file(path(relative));
-        QVERIFY2(file.open(QIODevice::WriteOnly), relative);
-        file.write(content);
-    }
-
-    QByteArray read(const char *relative) const
-    {
-        QFile file(path(relative));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() + "" : QByteArray();
-    }
-
-    bool exists(const char *relative) const
-    {
-        struct stat status = {};
-        return ::lstat(local(relative).constData(), &status) == 0;
-    }
-
-    /** Every name below a folder, with the content of files. */
-    QStringList everything(const char *relative = "") const
-    {
-        QStringList all;
-        QDirIterator it(path(relative), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QFileInfo info(it.next());
-            QFile file(info.filePath());
-            const bool plain = info.isFile() && !info.isSymLink() && file.open(QIODevice::ReadOnly);
-            all.append(info.filePath() + QLatin1Char('=') + (plain ? QString::fromLatin1(file.readAll()) : QString()));
-        }
-        all.sort();
-        return all;
-    }
-
     quint16 port = 0;
     obex::ServerConfig config;
     NotingObserver observer;
 
 private:
-    QTemporaryDir m_root;
     obex::Server m_server;
 };
 

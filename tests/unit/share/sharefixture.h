@@ -1,21 +1,11 @@
-/**
- * @file
- * A shared folder with an "outside" beside it, and short ways to look at both.
- */
 #ifndef SHAREFIXTURE_H
 #define SHAREFIXTURE_H
 
 #include "share/directoryreader.h"
 #include "share/folder.h"
 #include "share/upload.h"
+#include "sharetree.h"
 
-#include <QDir>
-#include <QDirIterator>
-#include <QFile>
-#include <QTemporaryDir>
-#include <QtTest>
-
-#include <sys/stat.h>
 #include <unistd.h>
 
 /** Statuses read better than numbers when a comparison fails. */
@@ -30,47 +20,18 @@ namespace share {
 using ::toString;
 }
 
-/** root()/share is shared; root()/outside and root()/share-private are not. */
-class ShareFixture
+/** Shares share/ of its tree. */
+class ShareFixture : public ShareTree
 {
 public:
     ShareFixture()
     {
-        QDir(m_root.path()).mkpath(QStringLiteral("share/sub"));
-        QDir(m_root.path()).mkpath(QStringLiteral("outside/folder"));
-        QDir(m_root.path()).mkpath(QStringLiteral("share-private"));
-        write("outside/secret.txt", "secret");
-        write("share-private/secret.txt", "secret");
-        write("share/file.txt", "content");
-        write("share/sub/inner.txt", "inner");
+        QDir(path("outside")).mkpath(QStringLiteral("folder"));
         open(share::Access::Writable);
     }
 
     void open(share::Access access) { m_folder = share::Folder::open(path("share").toStdString(), access); }
     const share::Folder &folder() const { return *m_folder; }
-
-    QString path(const char *relative) const { return m_root.filePath(QString::fromUtf8(relative)); }
-    QByteArray local(const char *relative) const { return QFile::encodeName(path(relative)); }
-
-    void write(const char *relative, const QByteArray &content) const
-    {
-        QFile file(path(relative));
-        QVERIFY2(file.open(QIODevice::WriteOnly), relative);
-        file.write(content);
-    }
-
-    /** The content, or a null array when there is no such file. */
-    QByteArray read(const char *relative) const
-    {
-        QFile file(path(relative));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() + "" : QByteArray();
-    }
-
-    bool exists(const char *relative) const
-    {
-        struct stat status = {};
-        return ::lstat(local(relative).constData(), &status) == 0;
-    }
 
     void link(const char *target, const char *relative) const
     {
@@ -114,24 +75,7 @@ public:
         return status;
     }
 
-    /** Every name below the temporary folder with the content of files: what an attack must leave as it was. */
-    QStringList everything(const char *relative) const
-    {
-        QStringList all;
-        QDirIterator it(path(relative), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                        QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QFileInfo info(it.next());
-            QFile file(info.filePath());
-            const bool plain = info.isFile() && !info.isSymLink() && file.open(QIODevice::ReadOnly);
-            all.append(info.filePath() + QLatin1Char('=') + (plain ? QString::fromLatin1(file.readAll()) : QString()));
-        }
-        all.sort();
-        return all;
-    }
-
 private:
-    QTemporaryDir m_root;
     std::shared_ptr<const share::Folder> m_folder;
 };
 

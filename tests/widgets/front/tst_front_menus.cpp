@@ -1,20 +1,16 @@
 #include "double.h"
 #include "modals.h"
+#include "openedurls.h"
 #include "plugin.h"
 #include "testmain.h"
 #include "windows.h"
 
 #include <QAbstractButton>
-#include <QDesktopServices>
-#include <QUrl>
 
 /** Menus, tips and double-clicks of the profile, in every state of a shortcut and of the server. */
 class TestFrontMenus : public QObject
 {
     Q_OBJECT
-
-public slots:
-    void openUrl(const QUrl &url) { m_opened.append(url); }
 
 private slots:
     void initTestCase();
@@ -68,7 +64,7 @@ private:
     void askWhileDeleting(QStringList *full, QStringList *remote);
 
     Plugin *m_plugin = nullptr;
-    QList<QUrl> m_opened;
+    OpenedUrls m_opened;
 };
 
 namespace {
@@ -81,12 +77,11 @@ constexpr unsigned int otherShortcut = 6;
 void TestFrontMenus::initTestCase()
 {
     m_plugin = &Plugin::load();
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
 }
 
 void TestFrontMenus::init()
 {
-    m_opened.clear();
+    m_opened.urls.clear();
     m_plugin->startAfresh();
 }
 
@@ -171,7 +166,7 @@ void TestFrontMenus::actions_triggered_reachTheirSlots()
     actions.at(3)->trigger();
     QTRY_VERIFY(!window);
     actions.at(4)->trigger();
-    QCOMPARE(m_opened.size(), 1);
+    QCOMPARE(m_opened.urls.size(), 1);
     (void)m_plugin->GetLocalSvrActionList(Double::serverHandle);
     actions.at(5)->trigger();
     QCOMPARE(script.count("Btsdk_StartServer"), 1);
@@ -480,7 +475,7 @@ void TestFrontMenus::serverDoubleClick_started_opensTheSharedFolder()
     if (set)
         script.setSetting("FTPSERVER", "SHAREFOLDER", folder);
     QCOMPARE(m_plugin->performLocalSvrDefaultAction(Double::serverHandle), 0);
-    QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(opened)});
+    QCOMPARE(m_opened.urls, QList<QUrl>{QUrl::fromLocalFile(opened)});
     QCOMPARE(script.last("GetPrivateProfileString").arguments,
              (QVariantList{QByteArray("FTPSERVER"), QByteArray("SHAREFOLDER"), QByteArray("/"), 260u,
                            QByteArray("/double/settings.ini")}));
@@ -515,7 +510,7 @@ void TestFrontMenus::serverDoubleClick_inAnotherState_doesNothing()
     QCOMPARE(m_plugin->performLocalSvrDefaultAction(Double::serverHandle), 0);
     QCOMPARE(script.order(), QStringList{"Btsdk_GetServerStatus"});
     QCOMPARE(script.last("Btsdk_GetServerStatus").number(1), 0u);
-    QVERIFY(m_opened.isEmpty());
+    QVERIFY(m_opened.urls.isEmpty());
 }
 
 void TestFrontMenus::serverDoubleClick_handle_isNotStored()

@@ -1,22 +1,18 @@
 #include "double.h"
 #include "modals.h"
+#include "openedurls.h"
 #include "plugin.h"
 #include "testmain.h"
 
-#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QTabWidget>
 #include <QTemporaryDir>
-#include <QUrl>
 
 /** Registering, starting and stopping the local server; the shared folder and its repair. */
 class TestServerControl : public QObject
 {
     Q_OBJECT
-
-public slots:
-    void openUrl(const QUrl &url) { m_opened.append(url); }
 
 private slots:
     void initTestCase();
@@ -50,7 +46,7 @@ private:
     void triggerEnable();
 
     Plugin *m_plugin = nullptr;
-    QList<QUrl> m_opened;
+    OpenedUrls m_opened;
     QScopedPointer<QTemporaryDir> m_folder;
 };
 
@@ -71,12 +67,11 @@ void putInTheWay(const QString &path)
 void TestServerControl::initTestCase()
 {
     m_plugin = &Plugin::load();
-    QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
 }
 
 void TestServerControl::init()
 {
-    m_opened.clear();
+    m_opened.urls.clear();
     m_folder.reset(new QTemporaryDir);
     QVERIFY(QDir::setCurrent(m_folder->path()));
     qunsetenv("USERNAME");
@@ -378,7 +373,7 @@ void TestServerControl::openAction_always_opensTheFolderOfTheSettings()
     QAction *const open = m_plugin->GetLocalSvrActionList(Double::serverHandle).first();
     script.clearCalls();
     open->trigger();
-    QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(opened)});
+    QCOMPARE(m_opened.urls, QList<QUrl>{QUrl::fromLocalFile(opened)});
     QCOMPARE(script.order(), (QStringList{"VmCm_GetCommonSettingFilePath", "GetPrivateProfileString"}));
     QCOMPARE(script.last("VmCm_GetCommonSettingFilePath").number(0), 260u);
     QCOMPARE(script.last("GetPrivateProfileString").arguments.mid(2, 2), (QVariantList{QByteArray("/"), 260u}));

@@ -34,6 +34,12 @@ protected:
     }
 
     void listLocal() { QVERIFY(windows::call(window, "UpdateLocTree", Q_ARG(QString, localFolder()))); }
+    /** Triggers an action of the window, whether or not the state of the moment has it enabled. */
+    void trigger(const char *name)
+    {
+        action(name)->setEnabled(true);
+        action(name)->trigger();
+    }
     QString status() const { return windows::statusText(window); }
     void setStatus(const QString &text) { window->statusBar()->showMessage(text); }
 
@@ -55,6 +61,18 @@ protected:
         editor->setText(text);
         QTest::keyClick(editor, key);
         QTRY_VERIFY(!editor);
+    }
+
+    /** One box came up, and it was a critical one of the window. */
+    static void checkBox(const Modals &modals, const char *title, const QString &text, const QWidget *window)
+    {
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.last().icon, QMessageBox::Critical);
+        QCOMPARE(modals.last().title, QString::fromLatin1(title));
+        QCOMPARE(modals.last().text, text);
+        QCOMPARE(modals.last().textFormat, Qt::PlainText);
+        QCOMPARE(modals.last().buttons, QStringList("OK"));
+        QCOMPARE(modals.last().parent.data(), window);
     }
 };
 

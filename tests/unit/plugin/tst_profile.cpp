@@ -2,6 +2,7 @@
 #include "LocalFtppropertyDlg.h"
 #include "btftpclient.h"
 #include "double.h"
+#include "modals.h"
 #include "testmain.h"
 #include "windows.h"
 
@@ -100,6 +101,7 @@ private slots:
     void indicationWindow_closed_staysInTheListHarmlessly();
     void indicationWindow_whoseAddressAnotherWidgetHas_isNoWindow();
     void menus_withTwoWindowsOfTheShortcut_disconnectTwice();
+    void menus_withTheDeleteQuestionInOneOfTwoWindows_disconnectOnce();
     void closeClient_withTwoWindowsOfTheShortcut_closesTheFirst();
     void start_always_keepsServiceAndFolder();
     void receivedFile_handled_isKept();
@@ -114,6 +116,8 @@ private slots:
 
 private:
     static QStringList texts(const QList<QAction *> &actions);
+    /** Opens connected windows of these shortcuts, several of one if need be, and leaves the first one's handle set. */
+    void openWindows(const QList<unsigned int> &shortcuts);
 
     std::unique_ptr<BtFtp> m_profile;
 };
@@ -284,32 +288,50 @@ void TestProfile::indicationWindow_whoseAddressAnotherWidgetHas_isNoWindow()
     QVERIFY(stranger.isVisible());
 }
 
-void TestProfile::menus_withTwoWindowsOfTheShortcut_disconnectTwice()
+void TestProfile::openWindows(const QList<unsigned int> &shortcuts)
 {
-    BtFtpPeer peer{*m_profile};
-    peer.setWindowOnIndication(1);
-    Double::instance().setShortcutConnected(5, true);
-    Double::instance().setShortcutConnected(6, true);
-    for (unsigned int shortcut : {5u, 6u, 5u}) {
+    BtFtpPeer{*m_profile}.setWindowOnIndication(1);
+    for (unsigned int shortcut : shortcuts) {
+        Double::instance().setShortcutConnected(shortcut, true);
         m_profile->SetShortcutHanlde(shortcut);
         QVERIFY(
             windows::call(m_profile.get(), "OperationInd", Q_ARG(quint32, 1), Q_ARG(quint32, 1), Q_ARG(quint32, 9)));
     }
-    m_profile->SetShortcutHanlde(5);
+    m_profile->SetShortcutHanlde(shortcuts.first());
+}
+
+void TestProfile::menus_withTwoWindowsOfTheShortcut_disconnectTwice()
+{
+    openWindows({5, 6, 5});
     QCOMPARE(texts(m_profile->GetActionList()), (QStringList{"&Disconnect", "&Disconnect", "&Status", "&Properties"}));
     QCOMPARE(texts(m_profile->GetRemoteActionList()),
              (QStringList{"&Disconnect Bluetooth File Transfer", "&Disconnect Bluetooth File Transfer"}));
 }
 
+void TestProfile::menus_withTheDeleteQuestionInOneOfTwoWindows_disconnectOnce()
+{
+    openWindows({5, 6, 5});
+    QWidget *const first = BtFtpPeer{*m_profile}.clientWindows().first();
+    QTreeWidget *const tree = windows::remoteTree(first);
+    QVERIFY(windows::giveFocus(tree));
+    QVERIFY(windows::select(tree, {"hello.txt"}));
+    QStringList full;
+    QStringList remote;
+    Modals modals;
+    modals.handle([&](QWidget *box) {
+        full = texts(m_profile->GetActionList());
+        remote = texts(m_profile->GetRemoteActionList());
+        box->close();
+    });
+    QVERIFY(windows::call(first, "actionDelete", Q_ARG(bool, true)));
+    QCOMPARE(full, (QStringList{"&Disconnect", "&Status", "&Properties"}));
+    QCOMPARE(remote, QStringList{"&Disconnect Bluetooth File Transfer"});
+}
+
 void TestProfile::closeClient_withTwoWindowsOfTheShortcut_closesTheFirst()
 {
-    BtFtpPeer peer{*m_profile};
-    peer.setWindowOnIndication(1);
-    m_profile->SetShortcutHanlde(5);
-    Double::instance().setShortcutConnected(5, true);
-    for (int i = 0; i < 2; ++i)
-        QVERIFY(
-            windows::call(m_profile.get(), "OperationInd", Q_ARG(quint32, 1), Q_ARG(quint32, 1), Q_ARG(quint32, 9)));
+    openWindows({5, 5});
+    const BtFtpPeer peer{*m_profile};
     QPointer<QWidget> first = peer.clientWindows().at(0);
     QPointer<QWidget> second = peer.clientWindows().at(1);
     m_profile->closeClientDlg();

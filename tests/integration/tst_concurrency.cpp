@@ -112,7 +112,7 @@ void TestConcurrency::secondCall_busyAtOnce()
         QCOMPARE(Btsdk_FTPCreateDir(m_client->connection, "x"), unsigned(BTSDK_ER_BUSY));
         QCOMPARE(Btsdk_FTPSetRmtDir(m_client->connection, "/"), unsigned(BTSDK_ER_BUSY));
         QCOMPARE(Btsdk_FTPPutFile(m_client->connection, "/etc/hostname", "x"), unsigned(BTSDK_ER_BUSY));
-        QVERIFY2(timer.elapsed() < 500, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QCOMPARE(Btsdk_FTPCancelTransfer(m_client->connection), 0u);
     });
     QCOMPARE(m_transferResult, unsigned(BTSDK_ER_CANCELLED));
@@ -236,7 +236,7 @@ void TestConcurrency::disconnectShortcut_whileDialling_endsIt()
     QCOMPARE(Btsdk_DisconnectShortCut(client.shortcut), 0u);
     dialler.join();
     QVERIFY(dialling);
-    QVERIFY(timer.elapsed() < 1000);
+    QVERIFY(timer.elapsed() < 5000);
     QCOMPARE(result, unsigned(BTSDK_ER_CANCELLED));
     QCOMPARE(Btsdk_DisconnectShortCut(0), 0u);
     QCOMPARE(Btsdk_DisconnectShortCut(0xFFFFFFFF), unsigned(BTSDK_ER_INVALID_HANDLE));
@@ -298,20 +298,22 @@ void TestConcurrency::statusCallback_unregister_waits()
 {
     QVERIFY(writeFile(m_shared->filePath(QStringLiteral("file")), 100));
     begin();
+    std::atomic<bool> entered{false};
     std::atomic<bool> inside{false};
     StatusLog::during = [&](const StatusLog::Report &) {
         inside = true;
+        entered = true;
         QTest::qSleep(200);
         inside = false;
     };
     std::thread transfer(
         [this] { m_transferResult = Btsdk_FTPGetFile(m_client->connection, "file", localBytes("file").constData()); });
-    const bool entered = QTest::qWaitFor([&] { return inside.load(); });
+    const bool called = QTest::qWaitFor([&] { return entered.load(); });
     QCOMPARE(Btsdk_FTPRegisterStatusCallback(m_client->connection, nullptr), 0u);
     const bool stillInside = inside;
     const std::size_t count = StatusLog::reports().size();
     transfer.join();
-    QVERIFY(entered);
+    QVERIFY(called);
     QVERIFY(!stillInside);
     QCOMPARE(m_transferResult, 0u);
     QCOMPARE(StatusLog::reports().size(), count);
@@ -371,12 +373,14 @@ void TestConcurrency::events_ofOneConnection_inOrder()
 
 namespace {
 
+std::atomic<bool> enteredEvent{false};
 std::atomic<bool> insideEvent{false};
 std::atomic<unsigned int> eventResult{0};
 
 void slowEvent(const BtSdkEventInfo *, void *)
 {
     insideEvent = true;
+    enteredEvent = true;
     QTest::qSleep(200);
     insideEvent = false;
 }
@@ -395,7 +399,7 @@ void TestConcurrency::events_unregister_waits()
     QCOMPARE(Btsdk_HostSetEventCallback(slowEvent, nullptr), 0u);
     Client client(9);
     QVERIFY(client.connect() != 0);
-    QTRY_VERIFY(insideEvent);
+    QTRY_VERIFY(enteredEvent);
     QCOMPARE(Btsdk_HostSetEventCallback(nullptr, nullptr), 0u);
     QVERIFY(!insideEvent);
 }

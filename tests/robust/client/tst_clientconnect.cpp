@@ -119,12 +119,13 @@ void TestClientConnect::connect_peerMisbehaves_namesTheError()
     QFETCH(Error, error);
 
     ScriptedPeer peer(script);
-    ClientSession session(peer.takeStream(), impatient());
+    // Impatient only where the peer is to be given up: a busy machine is slow, too.
+    ClientSession session(peer.takeStream(), error == Error::TimedOut ? impatient() : ClientOptions());
     QElapsedTimer timer;
     timer.start();
     const Outcome outcome = session.connect();
     QCOMPARE(outcome.error, error);
-    QVERIFY(timer.elapsed() < 2000);
+    QVERIFY(timer.elapsed() < 5000);
     QVERIFY(!session.isConnected());
     QCOMPARE(session.setPath("/a").error, Error::NotConnected);
 

@@ -115,7 +115,8 @@ void TestClientGet::get_peerMisbehaves_namesTheErrorAndKeepsTheOldFile()
         (void)end.request();
         afterRequest(end);
     });
-    ClientSession session(peer.takeStream(), impatient());
+    // Impatient only where the peer is to be given up: a busy machine is slow, too.
+    ClientSession session(peer.takeStream(), error == Error::TimedOut ? impatient() : ClientOptions());
     QVERIFY(session.connect().ok());
     QCOMPARE(session.getFile("name", targetPath()).error, error);
     QCOMPARE(session.isConnected(), error == Error::Refused);

@@ -69,6 +69,7 @@ void TestServerOwnClient::put_refusedMidway_linkStaysInStep()
     ClientOptions options;
     options.singleResponseMode = srm;
     options.packetSize = static_cast<std::size_t>(packetSize);
+    options.cancelTimeout = std::chrono::seconds(20); // what an ABORT without an answer takes
     transport::Wakeup never;
     transport::Dialled dialled = transport::TcpConnector("127.0.0.1", served.port)
                                      .connect(transport::Deadline::after(std::chrono::seconds(10)), never);
@@ -82,7 +83,7 @@ void TestServerOwnClient::put_refusedMidway_linkStaysInStep()
         QElapsedTimer timer;
         timer.start();
         QVERIFY(session.putFile(source, "big").is(ResponseCode::DatabaseFull));
-        QVERIFY2(timer.elapsed() < 1500, "the ABORT was not answered at once");
+        QVERIFY2(timer.elapsed() < 10000, "the ABORT was not answered at once");
         QVERIFY(session.bytesSent() < quint64(round + 1) * 20'000'000);
         QVERIFY(session.isConnected());
         // The next answers belong to the next requests: a name that is not there, one that is.

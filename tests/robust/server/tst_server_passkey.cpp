@@ -9,10 +9,14 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const ServedFolder::Change askPasskey = [](obex::ServerConfig &config) {
-    config.passkey = "123456";
-    config.wrongPasskeyTime = 700ms;
-};
+/** @param wrongTime  how long a guess waits after too many wrong ones */
+ServedFolder::Change askPasskey(std::chrono::milliseconds wrongTime = 700ms)
+{
+    return [wrongTime](obex::ServerConfig &config) {
+        config.passkey = "123456";
+        config.wrongPasskeyTime = wrongTime;
+    };
+}
 
 } // namespace
 
@@ -37,7 +41,7 @@ private slots:
 
 void TestServerPasskey::rightPasskey_isLetIn()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     const Reply challenge = client.connect();
     COMPARE_REPLY(challenge, ResponseCode::Unauthorized);
@@ -50,7 +54,7 @@ void TestServerPasskey::rightPasskey_isLetIn()
 
 void TestServerPasskey::noAnswer_isChallengedAndSeesNoName()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     const QStringList before = served.everything();
     RawClient client(served.port);
     COMPARE_REPLY(client.connect(), ResponseCode::Unauthorized);
@@ -68,7 +72,7 @@ void TestServerPasskey::noAnswer_isChallengedAndSeesNoName()
 
 void TestServerPasskey::wrongPasskey_isChallengedAnew()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     const Reply first = client.connect();
     const Reply second = client.connectWithPasskey(first, "654321");
@@ -81,7 +85,7 @@ void TestServerPasskey::wrongPasskey_isChallengedAnew()
 
 void TestServerPasskey::answer_toAnOldChallenge_isRefused()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     const Reply old = client.connect();
     COMPARE_REPLY(client.connect(), ResponseCode::Unauthorized); // a fresh one takes its place
@@ -92,7 +96,7 @@ void TestServerPasskey::answer_toAnOldChallenge_isRefused()
 
 void TestServerPasskey::answer_unasked_isChallenged()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     const QByteArray guess(18, '\0');
     const Reply reply = client.connect(65535, [&](obex::PacketWriter &writer) {
@@ -105,7 +109,7 @@ void TestServerPasskey::answer_unasked_isChallenged()
 
 void TestServerPasskey::answer_malformed_isRefused()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     for (const QByteArray &answer :
          {QByteArray(), QByteArray("\0", 1), QByteArray("\0\xFF", 2), QByteArray("\0\0", 2)}) {
         RawClient client(served.port);
@@ -130,7 +134,7 @@ void TestServerPasskey::noPasskeyWanted_answersNobodyWithAChallenge()
 
 void TestServerPasskey::threeWrong_costADelayAndTheLink()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     Reply reply = client.connect();
     for (int i = 0; i < 3; ++i)
@@ -148,7 +152,7 @@ void TestServerPasskey::threeWrong_costADelayAndTheLink()
 
 void TestServerPasskey::threeWrong_onSeveralLinks_costADelayToo()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     for (int i = 0; i < 3; ++i) {
         RawClient client(served.port);
         const Reply challenge = client.connect();
@@ -174,7 +178,7 @@ void TestServerPasskey::threeWrong_onSeveralLinks_costADelayToo()
 
 void TestServerPasskey::rightAnswer_forgetsTheWrongOnes()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey(20s));
     RawClient client(served.port);
     Reply reply = client.connect();
     reply = client.connectWithPasskey(reply, "000000");
@@ -185,15 +189,12 @@ void TestServerPasskey::rightAnswer_forgetsTheWrongOnes()
     QElapsedTimer clock;
     clock.start();
     COMPARE_REPLY(second.connectWithPasskey(reply, "000000"), ResponseCode::Unauthorized);
-    QVERIFY2(clock.elapsed() < 600, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY2(clock.elapsed() < 10000, qPrintable(QString::number(clock.elapsed())));
 }
 
 void TestServerPasskey::waitingForTheDelay_stopIsQuick()
 {
-    ServedFolder served([](obex::ServerConfig &config) {
-        config.passkey = "123456";
-        config.wrongPasskeyTime = 60s;
-    });
+    ServedFolder served(askPasskey(60s));
     RawClient client(served.port);
     Reply reply = client.connect();
     for (int i = 0; i < 3; ++i)
@@ -210,7 +211,7 @@ void TestServerPasskey::waitingForTheDelay_stopIsQuick()
 
 void TestServerPasskey::clientsOwnChallenge_isAnswered()
 {
-    ServedFolder served(askPasskey);
+    ServedFolder served(askPasskey());
     RawClient client(served.port);
     obex::Challenge asked;
     const Reply challenge = client.connect();

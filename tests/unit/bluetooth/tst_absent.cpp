@@ -24,7 +24,7 @@ void TestAbsent::noBus_startAndEnd_areQuick()
     clock.start();
     {
         const Bluez bluez;
-        QVERIFY2(clock.elapsed() < 500, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
         QTRY_COMPARE(bluez.state(), BluetoothState::NoBus);
     }
     QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));

@@ -354,7 +354,7 @@ void WorkingThreadTest::start_onTheLastReport_isNotLost()
     WorkingThread worker(nullptr);
     QSignalSpy started(&worker, &QThread::started);
     QSignalSpy reported(&worker, &WorkingThread::OperationInd);
-    bool again = false;
+    std::atomic<bool> again{false};
     connect(&worker, &WorkingThread::OperationInd, this, [&](quint32 operation) {
         if (operation != OPERATION_DELETE)
             return;
@@ -362,9 +362,13 @@ void WorkingThreadTest::start_onTheLastReport_isNotLost()
         again = true;
         worker.StartOperation(OPERATION_DISCONNECT, connection, 0);
     });
-    // A thread that is slow to end.
-    connect(
-        &worker, &WorkingThread::OperationInd, &worker, [] { QThread::msleep(200); }, Qt::DirectConnection);
+    // A thread that is slow to end: it is there when its report comes, and a little longer.
+    const auto linger = [&again] {
+        for (int i = 0; i < 5000 && !again; ++i)
+            QThread::msleep(1);
+        QThread::msleep(100);
+    };
+    connect(&worker, &WorkingThread::OperationInd, &worker, linger, Qt::DirectConnection);
     worker.StartOperation(OPERATION_DELETE, address(request("name", "", false)), 0);
     QTRY_VERIFY(again);
     finish(worker);

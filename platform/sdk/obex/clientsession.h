@@ -30,7 +30,7 @@ struct ClientOptions
 {
     using Milliseconds = std::chrono::milliseconds;
 
-    Milliseconds connectTimeout{10000};  /**< for the answer to each CONNECT */
+    Milliseconds connectTimeout{10000};  /**< of connect(), without the time that askPasskey takes */
     Milliseconds requestTimeout{20000};  /**< for the answer to any other request */
     Milliseconds transferTimeout{30000}; /**< of a transfer, without a byte */
     Milliseconds cancelTimeout{2000};    /**< for the answer to an ABORT or a DISCONNECT */
@@ -63,7 +63,7 @@ public:
     /** Closes the link. No call may be under way. */
     ~ClientSession();
 
-    /** CONNECT to folder browsing. A failure closes the link. */
+    /** CONNECT to folder browsing, with a passkey when the peer asks for one. A failure closes the link. */
     Outcome connect();
 
     /** Cancels a running call, waits for its end, sends DISCONNECT and closes the link. Not from within a callback. */

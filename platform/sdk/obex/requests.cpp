@@ -70,11 +70,10 @@ Error Requests::receive(Packet &response, Deadline deadline)
     return response.final() ? Error::None : Error::Protocol;
 }
 
-Outcome Requests::exchange(Bytes request, Packet &response, ClientOptions::Milliseconds time)
+Outcome Requests::exchange(Bytes request, Packet &response, Deadline deadline)
 {
     if (m_link.hasUnread())
         return fail(Error::Protocol);
-    const Deadline deadline = Deadline::after(time);
     Error error = m_link.send(request, deadline);
     if (error == Error::None)
         error = receive(response, deadline);
@@ -103,7 +102,7 @@ Outcome Requests::setPath(std::uint8_t flags, const QString &name)
     if (!up && !writer.addText(HeaderId::Name, name))
         return Error::NameTooLong;
     Packet response;
-    const Outcome outcome = exchange(writer.finish(), response, m_options.requestTimeout);
+    const Outcome outcome = exchange(writer.finish(), response, Deadline::after(m_options.requestTimeout));
     return outcome.ok() ? outcomeOf(response) : outcome;
 }
 
@@ -114,7 +113,7 @@ Outcome Requests::remove(const QString &name)
     if (!writer.addText(HeaderId::Name, name))
         return Error::NameTooLong;
     Packet response;
-    const Outcome outcome = exchange(writer.finish(), response, m_options.requestTimeout);
+    const Outcome outcome = exchange(writer.finish(), response, Deadline::after(m_options.requestTimeout));
     return outcome.ok() ? outcomeOf(response) : outcome;
 }
 
@@ -124,17 +123,18 @@ void Requests::disconnect()
         PacketWriter writer = startRequest(Opcode::Disconnect);
         Packet response;
         // The link is closed whatever the peer says to it.
-        (void)exchange(writer.finish(), response, m_options.cancelTimeout);
+        (void)exchange(writer.finish(), response, Deadline::after(m_options.cancelTimeout));
     }
     closeLink();
 }
 
 Outcome Requests::connect()
 {
+    const Deadline deadline = Deadline::after(m_options.connectTimeout);
     Packet response;
-    Outcome outcome = sendConnect(response, {});
+    Outcome outcome = sendConnect(response, {}, deadline);
     if (outcome.ok() && response.response() == ResponseCode::Unauthorized)
-        outcome = answerChallenge(response);
+        outcome = answerChallenge(response, deadline);
     if (outcome.ok())
         outcome = acceptConnect(response);
     if (!outcome.ok())
@@ -142,7 +142,7 @@ Outcome Requests::connect()
     return outcome;
 }
 
-Outcome Requests::sendConnect(Packet &response, const QByteArray &answer)
+Outcome Requests::sendConnect(Packet &response, const QByteArray &answer, Deadline deadline)
 {
     PacketWriter writer(m_out[0].data(), m_maxSend);
     writer.begin(Opcode::Connect);
@@ -151,10 +151,10 @@ Outcome Requests::sendConnect(Packet &response, const QByteArray &answer)
     if (!answer.isEmpty())
         (void)writer.addSequence(HeaderId::AuthResponse, {reinterpret_cast<const std::uint8_t *>(answer.constData()),
                                                           static_cast<std::size_t>(answer.size())});
-    return exchange(writer.finish(), response, m_options.connectTimeout);
+    return exchange(writer.finish(), response, deadline);
 }
 
-Outcome Requests::answerChallenge(Packet &response)
+Outcome Requests::answerChallenge(Packet &response, Deadline deadline)
 {
     ConnectFields fields;
     Bytes headers;
@@ -166,9 +166,12 @@ Outcome Requests::answerChallenge(Packet &response)
     if (!readChallenge(header.value, challenge))
         return Error::Protocol;
     QByteArray passkey;
+    const Deadline::Clock::time_point asked = Deadline::Clock::now();
     if (!m_options.askPasskey || !m_options.askPasskey(passkey))
         return Error::Authentication;
-    const Outcome outcome = sendConnect(response, makeChallengeAnswer(challenge, passkey, {}));
+    // The deadline is the peer's: the time that the user has taken to answer does not count.
+    const Deadline left = deadline.laterBy(Deadline::Clock::now() - asked);
+    const Outcome outcome = sendConnect(response, makeChallengeAnswer(challenge, passkey, {}), left);
     if (outcome.ok() && response.response() == ResponseCode::Unauthorized)
         return Error::Authentication;
     return outcome;

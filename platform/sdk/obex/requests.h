@@ -92,7 +92,7 @@ private:
     };
 
     PacketWriter startRequest(Opcode opcode, int buffer = 0);
-    Outcome exchange(Bytes request, Packet &response, ClientOptions::Milliseconds time);
+    Outcome exchange(Bytes request, Packet &response, transport::Deadline deadline);
     Error receive(Packet &response, transport::Deadline deadline);
     void closeLink();
     Outcome fail(Error error);
@@ -103,8 +103,8 @@ private:
     bool isInStep(transport::Deadline deadline);
     Error receiveUnstirred(Packet &response, transport::Deadline deadline);
 
-    Outcome sendConnect(Packet &response, const QByteArray &answer);
-    Outcome answerChallenge(Packet &response);
+    Outcome sendConnect(Packet &response, const QByteArray &answer, transport::Deadline deadline);
+    Outcome answerChallenge(Packet &response, transport::Deadline deadline);
     Outcome acceptConnect(const Packet &response);
 
     static Error readTransferHeaders(Bytes headers, TransferHeaders &found);

@@ -17,6 +17,12 @@ public:
     static Deadline never() { return Deadline(Clock::time_point::max()); }
     static Deadline earlier(Deadline a, Deadline b) { return Deadline(std::min(a.m_when, b.m_when)); }
 
+    /** The same deadline, put off. */
+    Deadline laterBy(Clock::duration time) const
+    {
+        return m_when == Clock::time_point::max() ? *this : Deadline(m_when + time);
+    }
+
     bool passed() const { return m_when != Clock::time_point::max() && Clock::now() >= m_when; }
 
     /** What is left, for poll(): milliseconds rounded up, so that a wait never ends early; -1 for never. */

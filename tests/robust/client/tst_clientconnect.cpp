@@ -68,6 +68,8 @@ private slots:
     void connect_challenged_answersWithDigestOfPasskey();
     void connect_challengedAndPasskeyWrong_failsAuthentication();
     void connect_challengedAndUserDeclines_failsAuthentication();
+    void connect_challengedLateAndThenSilence_oneDeadlineForBoth();
+    void connect_userTakesLongForThePasskey_connects();
     void connect_closedFromAnotherThread_endsAtOnce();
     void calls_afterDisconnect_sayNotConnected();
     void disconnect_tellsThePeer();
@@ -182,17 +184,22 @@ namespace {
 
 const QByteArray Nonce("0123456789abcdef");
 
+void challenge(PeerEnd &peer)
+{
+    const QByteArray header = makeChallenge(Nonce);
+    peer.send(reply::packet(ResponseCode::Unauthorized, [&](PacketWriter &writer) {
+        writer.addConnectFields(65535);
+        writer.addSequence(HeaderId::AuthChallenge, {reinterpret_cast<const std::uint8_t *>(header.constData()),
+                                                     static_cast<std::size_t>(header.size())});
+    }));
+}
+
 /** Challenges, checks the digest against the passkey, and lets in or not. */
 ScriptedPeer::Script challenging(const QByteArray &passkey)
 {
     return [passkey](PeerEnd &peer) {
         (void)peer.request();
-        const QByteArray challenge = makeChallenge(Nonce);
-        peer.send(reply::packet(ResponseCode::Unauthorized, [&](PacketWriter &writer) {
-            writer.addConnectFields(65535);
-            writer.addSequence(HeaderId::AuthChallenge, {reinterpret_cast<const std::uint8_t *>(challenge.constData()),
-                                                         static_cast<std::size_t>(challenge.size())});
-        }));
+        challenge(peer);
         const QByteArray answer = peer.request();
         if (answer.isEmpty())
             return;
@@ -235,6 +242,42 @@ void TestClientConnect::connect_challengedAndUserDeclines_failsAuthentication()
     options.askPasskey = [](QByteArray &) { return false; };
     ClientSession session(peer.takeStream(), options);
     QCOMPARE(session.connect().error, Error::Authentication);
+}
+
+void TestClientConnect::connect_challengedLateAndThenSilence_oneDeadlineForBoth()
+{
+    ClientOptions options = patient();
+    options.connectTimeout = std::chrono::seconds(2);
+    ScriptedPeer peer([](PeerEnd &end) {
+        (void)end.request();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // most of what there is
+        challenge(end);
+        end.stayAway();
+    });
+    QElapsedTimer sinceAsked;
+    options.askPasskey = [&](QByteArray &passkey) {
+        passkey = "123456";
+        sinceAsked.start();
+        return true;
+    };
+    ClientSession session(peer.takeStream(), options);
+    QCOMPARE(session.connect().error, Error::TimedOut);
+    QVERIFY(sinceAsked.isValid());
+    QVERIFY(sinceAsked.elapsed() < 1900); // a deadline of its own would give the second answer 2 s
+}
+
+void TestClientConnect::connect_userTakesLongForThePasskey_connects()
+{
+    ScriptedPeer peer(challenging("123456"));
+    ClientOptions options = patient();
+    options.connectTimeout = std::chrono::seconds(1);
+    options.askPasskey = [](QByteArray &passkey) {
+        passkey = "123456";
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        return true;
+    };
+    ClientSession session(peer.takeStream(), options);
+    QVERIFY(session.connect().ok());
 }
 
 void TestClientConnect::connect_closedFromAnotherThread_endsAtOnce()

@@ -15,7 +15,8 @@ struct Requests::GetState
     bool srmOffered = false;
     bool srm = false;      /**< the peer streams */
     bool finished = false; /**< the last answer has been taken */
-    Owed owed = Owed::Answer;
+    Owed owed = Owed::FinalAnswer;
+    Deadline deadline = Deadline::never();
 };
 
 Error Requests::writeBodies(Bytes headers, ObjectSink &sink)
@@ -61,6 +62,9 @@ Outcome Requests::takeGetAnswer(GetState &state, const Packet &response)
         return fail(Error::Protocol);
     if (state.first)
         state.srm = state.srmOffered && headers.srm && more;
+    // Only bytes are progress: a peer that sends headers, or nothing but "wait", does not put off the end.
+    if (state.first || headers.bodyBytes > 0)
+        state.deadline = Deadline::after(m_options.transferTimeout);
     state.finished = !more;
     state.owed = state.srm ? Owed::Stream : Owed::Nothing;
 
@@ -90,18 +94,15 @@ Outcome Requests::get(const GetRequest &request, ObjectSink &sink)
 {
     GetState state(sink);
     Outcome outcome = sendGet(request, state);
-    Deadline deadline = Deadline::after(m_options.requestTimeout);
-    state.owed = Owed::FinalAnswer;
+    state.deadline = Deadline::after(m_options.requestTimeout);
     while (outcome.ok() && !state.finished) {
         Packet response;
-        Error error = m_cancelled ? Error::Cancelled : receive(response, deadline);
+        Error error = m_cancelled ? Error::Cancelled : receive(response, state.deadline);
         if (error == Error::Cancelled)
             return endEarly(state.owed, error);
         if (error != Error::None)
             return fail(error);
         outcome = takeGetAnswer(state, response);
-        if (response.body.size > PrefixSize) // a peer that only says "wait" does not put off the end
-            deadline = Deadline::after(m_options.transferTimeout);
     }
     return outcome;
 }

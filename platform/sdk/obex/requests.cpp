@@ -205,7 +205,6 @@ Error Requests::readTransferHeaders(Bytes headers, TransferHeaders &found)
         switch (header.id) {
         case HeaderId::Body:
         case HeaderId::EndOfBody:
-            found.body = true;
             found.bodyBytes += header.value.size;
             break;
         case HeaderId::Length:

@@ -88,7 +88,6 @@ private:
         bool srm = false;
         bool wait = false;
         std::size_t bodyBytes = 0;
-        bool body = false;
     };
 
     PacketWriter startRequest(Opcode opcode, int buffer = 0);

@@ -1,5 +1,6 @@
 #include "transferhelpers.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 
 #include <sched.h>
@@ -97,11 +98,21 @@ void TestClientGet::get_peerMisbehaves_namesTheErrorAndKeepsTheOldFile_data()
     sending("refuses", reply::packet(ResponseCode::NotFound), Error::Refused);
     sending("two packets and then silence",
             reply::body(ResponseCode::Continue, "x") + reply::body(ResponseCode::Continue, "y"), Error::TimedOut);
-    QTest::newRow("says wait for ever") << ScriptedPeer::Script([](PeerEnd &peer) {
-        do
-            peer.send(reply::packet(ResponseCode::Continue));
-        while (!peer.request().isEmpty());
-    }) << Error::TimedOut;
+    const auto repeating = [](const char *name, const QByteArray &packet) {
+        QTest::newRow(name) << ScriptedPeer::Script([packet](PeerEnd &peer) {
+            QElapsedTimer timer; // the test ends even if the client does not
+            timer.start();
+            do
+                peer.send(packet);
+            while (!peer.request().isEmpty() && timer.elapsed() < 3000);
+        }) << Error::TimedOut;
+    };
+    repeating("says wait for ever", reply::packet(ResponseCode::Continue));
+    repeating("sends empty bodies for ever", reply::body(ResponseCode::Continue, {}));
+    repeating("sends headers without bytes for ever", reply::packet(ResponseCode::Continue, [](PacketWriter &writer) {
+                  writer.addText(HeaderId::Description, "soon");
+                  writer.addSequence(HeaderId::Body, {});
+              }));
 }
 
 void TestClientGet::get_peerMisbehaves_namesTheErrorAndKeepsTheOldFile()

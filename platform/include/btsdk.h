@@ -40,7 +40,7 @@ enum BtsdkResult {
     BTSDK_ER_LINK_LOST = 0x000A,         /**< the link broke during the call */
     BTSDK_ER_PROTOCOL = 0x000B,          /**< the peer broke the OBEX protocol */
     BTSDK_ER_LOCAL_FILE = 0x000C,        /**< a local file or folder cannot be read, written or replaced */
-    BTSDK_ER_DISK_FULL = 0x000D,         /**< no space left for a local file */
+    BTSDK_ER_DISK_FULL = 0x000D,         /**< no space left for a local file, or its file system takes none so large */
     BTSDK_ER_NO_TRANSPORT = 0x000E,      /**< no adapter is powered and the network transport is off */
     BTSDK_ER_NOT_SUPPORTED = 0x000F,     /**< the service class is not file transfer, or the device lacks it */
     BTSDK_ER_SETTINGS = 0x0010,          /**< the settings file cannot be read or written */

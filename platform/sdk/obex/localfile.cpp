@@ -20,6 +20,7 @@ Error errorOfErrno()
     switch (errno) {
     case ENOSPC:
     case EDQUOT:
+    case EFBIG: // the file system takes no file of that size
         return Error::DiskFull;
     case ENAMETOOLONG:
         return Error::NameTooLong;

@@ -18,7 +18,7 @@ enum class Error {
     LinkLost,         /**< the link broke during the call (BTSDK_ER_LINK_LOST) */
     Protocol,         /**< the peer broke the protocol (BTSDK_ER_PROTOCOL) */
     LocalFile,        /**< a local file or folder cannot be read, written or replaced (BTSDK_ER_LOCAL_FILE) */
-    DiskFull,         /**< no space left for a local file (BTSDK_ER_DISK_FULL) */
+    DiskFull,         /**< no room for a local file (BTSDK_ER_DISK_FULL) */
     NotSupported,     /**< the peer does not know folder browsing (BTSDK_ER_NOT_SUPPORTED) */
     Authentication,   /**< the passkey was refused, or none was given (BTSDK_ER_AUTHENTICATION) */
     TooMuch,          /**< a listing or a tree over the caps (BTSDK_ER_LOCAL_FULL) */

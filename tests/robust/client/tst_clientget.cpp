@@ -3,8 +3,10 @@
 #include <QElapsedTimer>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,6 +63,7 @@ private slots:
     void get_refused_keepsTheLink();
     void get_noSpaceForIt_isDiskFull();
     void get_noSpaceAnnounced_isDiskFullAtOnce();
+    void get_largerThanTheDiskTakes_isDiskFull();
     void progress_reportsFirstAndLastOfEachFile();
 
 private:
@@ -449,6 +452,32 @@ void TestClientGet::get_noSpaceAnnounced_isDiskFullAtOnce()
     QVERIFY(session.isConnected());
     QVERIFY(everythingIn(m_folder->path()).isEmpty());
     (void)::umount2(m_folder->path().toUtf8().constData(), MNT_DETACH);
+}
+
+void TestClientGet::get_largerThanTheDiskTakes_isDiskFull()
+{
+    // A limit on the size of files stands in for a file system that takes only small ones: both say EFBIG.
+    rlimit before{};
+    QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    write(target(), "old");
+    ScriptedPeer peer([](PeerEnd &end) {
+        acceptConnect(end);
+        serveGet(end);
+        (void)end.request();
+        end.send(reply::packet(ResponseCode::Success));
+        end.stayAway();
+    });
+    ClientSession session(peer.takeStream(), patient());
+    QVERIFY(session.connect().ok());
+    const rlimit small{PieceSize, before.rlim_max};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const Outcome outcome = session.getFile("name", targetPath());
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    (void)std::signal(SIGXFSZ, handler);
+    QCOMPARE(outcome.error, Error::DiskFull);
+    QCOMPARE(contents(target()), QByteArray("old"));
+    QCOMPARE(everythingIn(m_folder->path()), QStringList{"target"});
 }
 
 void TestClientGet::progress_reportsFirstAndLastOfEachFile()

@@ -86,12 +86,21 @@ struct Server::Private::Client : SessionObserver
             ServerSession session(*stream, config, owner->guard, *this);
             session.run();
         }
+        hangUp();
         const bool wasConnected = isConnected.exchange(false);
         if (wasConnected && owner->observer) {
             const std::lock_guard<std::mutex> lock(owner->telling);
             owner->observer->clientLeft(number);
         }
         finished = true; // the last touch: the thread may be joined and this object destroyed
+    }
+
+    /** Gives the socket back at once: the next client, whose coming has this object removed, may be long in coming. */
+    void hangUp()
+    {
+        std::unique_ptr<transport::Stream> gone;
+        const std::lock_guard<std::mutex> lock(owner->mutex);
+        gone.swap(stream);
     }
 
     void connected() override
@@ -115,7 +124,7 @@ struct Server::Private::Client : SessionObserver
     void bytesSent(std::uint64_t count) override { owner->sent += count; }
 
     Private *const owner;
-    const std::unique_ptr<transport::Stream> stream;
+    std::unique_ptr<transport::Stream> stream; // taken away under the server's mutex when the session has ended
     const ServerConfig config;
     const std::uint32_t number;
     const std::string peer;
@@ -173,8 +182,10 @@ void Server::Private::removeFinished()
 /** The lock is let go meanwhile: those who leave may be telling an observer who asks for the status. */
 void Server::Private::dropClients(std::unique_lock<std::mutex> &lock)
 {
-    for (const auto &client : clients)
-        client->stream->close();
+    for (const auto &client : clients) {
+        if (client->stream)
+            client->stream->close();
+    }
     std::list<std::unique_ptr<Client>> leaving;
     leaving.swap(clients);
     lock.unlock();

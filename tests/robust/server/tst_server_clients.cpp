@@ -49,6 +49,7 @@ private slots:
     void idleClient_betweenRequests_stays();
     void killedClient_inMidPut_leavesTheOldFileAndNoOther();
     void vanishedClient_inMidGet_isNoticed();
+    void goneClient_noOtherComes_leavesNoDescriptorOpen();
     void stop_inMidTransfers_dropsAllAndLeavesNothing();
     void stop_andStart_servesAgain();
     void stop_withoutStart_doesNothing();
@@ -201,6 +202,23 @@ void TestServerClients::vanishedClient_inMidGet_isNoticed()
     });
     client.hangUp();
     QTRY_COMPARE(served.observer.count("left"), 1);
+}
+
+void TestServerClients::goneClient_noOtherComes_leavesNoDescriptorOpen()
+{
+    const auto openDescriptors = [] {
+        return QDir(QStringLiteral("/proc/self/fd"))
+            .entryList(QDir::NoDotAndDotDot | QDir::AllEntries | QDir::System)
+            .size();
+    };
+    ServedFolder served;
+    const int before = openDescriptors();
+    {
+        RawClient client = served.client();
+        COMPARE_REPLY(client.disconnect(), ResponseCode::Success);
+    }
+    QTRY_COMPARE(served.observer.count("left"), 1);
+    QTRY_COMPARE(openDescriptors(), before);
 }
 
 void TestServerClients::stop_inMidTransfers_dropsAllAndLeavesNothing()

@@ -114,10 +114,14 @@ void syncFolder(const std::string &folder)
         (void)::fsync(directory.get()); // the rename is done; some file systems cannot sync folders
 }
 
+/** Under the lock. */
 Outcome replaceFile(const std::string &path, const std::string &text)
 {
-    std::string temporary = path + ".XXXXXX";
-    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    // One name for all: nobody else writes while the lock is held, so what stands there is a killed writer's.
+    const std::string temporary = path + ".new";
+    (void)::unlink(temporary.c_str());
+    const Descriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!file.isOpen())
         return failure(errno);
     int error = ::fchmod(file.get(), modeFor(path)) == 0 ? 0 : errno;

@@ -19,8 +19,9 @@ enum class Outcome {
  * A settings file on disk.
  *
  * Every read looks at the file, so a change by another process is seen at once. Writes are guarded by a lock file
- * beside it (the settings file's name with ".lock" appended), go to a temporary file, are synced and renamed: readers
- * see the old or the new file, never half of one. May be used by several threads and processes at once.
+ * beside it (the settings file's name with ".lock" appended), go to a temporary file (".new" appended), are synced and
+ * renamed: readers see the old or the new file, never half of one. May be used by several threads and processes at
+ * once.
  */
 class SettingsFile
 {

@@ -51,6 +51,7 @@ private slots:
     void write_unreadableContent_oldFileStays();
     void write_folderInPlace_fails();
     void write_noLitter();
+    void write_afterAKilledWriter_leavesNoLitter();
     void defaultPath_environment_decides();
 
 private:
@@ -201,6 +202,25 @@ void TestSettingsFile::write_noLitter()
     QVERIFY(file.write("a", "key", "1") == Outcome::Done);
     QVERIFY(file.write("a", "key", "2") == Outcome::Done);
     QVERIFY(file.write("a", "k=y", "2") == Outcome::Refused);
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files), (QStringList{"settings.ini", "settings.ini.lock"}));
+}
+
+void TestSettingsFile::write_afterAKilledWriter_leavesNoLitter()
+{
+    fill("[a]\nkey = old\n");
+    const pid_t child = inChild([this] {
+        const rlimit noCore{0, 0};
+        const rlimit limit{8, 8}; // the write goes over it, and the signal for that kills the process
+        return ::setrlimit(RLIMIT_CORE, &noCore) == 0 && ::setrlimit(RLIMIT_FSIZE, &limit) == 0 &&
+               SettingsFile(m_path).write("a", "key", "a longer text") == Outcome::Done;
+    });
+    int status = 0;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    QVERIFY(WIFSIGNALED(status));
+    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files).size(), 3); // the unfinished one among them
+
+    QVERIFY(SettingsFile(m_path).write("a", "key", "new") == Outcome::Done);
+    QCOMPARE(content(), QByteArray("[a]\nkey = new\n"));
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files), (QStringList{"settings.ini", "settings.ini.lock"}));
 }
 

@@ -44,6 +44,8 @@ private slots:
     void secure_rightPasskey_connects();
     void secure_wrongOrNone_authentication_data();
     void secure_wrongOrNone_authentication();
+    void passkeyCallback_unsetWhileItRuns_waitsForItsEnd();
+    void passkeyCallback_setFromWithinItself_saysSo();
 
 private:
     QString local(const char *name) const { return m_local->filePath(QString::fromUtf8(name)); }
@@ -491,6 +493,67 @@ void TestPromises::secure_wrongOrNone_authentication()
     Client client(m_device->port());
     QCOMPARE(client.connect(), unsigned(BTSDK_ER_AUTHENTICATION));
     QCOMPARE(Btsdk_HostIsShortcutConnected(client.shortcut), 0);
+}
+
+namespace {
+
+/** A question that stays open until it is let go. */
+struct OpenQuestion
+{
+    static int ask(unsigned int, char *, unsigned int, void *context)
+    {
+        auto *const self = static_cast<OpenQuestion *>(context);
+        self->asked = true;
+        while (!self->released)
+            QTest::qSleep(1);
+        self->ended = true;
+        return 0;
+    }
+
+    std::atomic<bool> asked{false};
+    std::atomic<bool> released{false};
+    std::atomic<bool> ended{false};
+};
+
+} // namespace
+
+void TestPromises::passkeyCallback_unsetWhileItRuns_waitsForItsEnd()
+{
+    QVERIFY(m_device->start(m_shared->path(), {QStringLiteral("--secure"), QStringLiteral("493827")}));
+    OpenQuestion question;
+    QCOMPARE(Btsdk_HostSetPasskeyCallback(OpenQuestion::ask, &question), 0u);
+    Client client(m_device->port());
+    std::thread connecting([&] { (void)client.connect(); });
+    const bool asked = QTest::qWaitFor([&] { return question.asked.load(); });
+    std::atomic<bool> unset{false};
+    bool endedBefore = false;
+    std::thread unsetting([&] {
+        (void)Btsdk_HostSetPasskeyCallback(nullptr, nullptr);
+        endedBefore = question.ended;
+        unset = true;
+    });
+    QTest::qWait(100); // long enough for an unset that does not wait
+    const bool waits = !unset;
+    question.released = true;
+    unsetting.join();
+    connecting.join();
+    QVERIFY(asked);
+    QVERIFY(waits);
+    QVERIFY(endedBefore);
+}
+
+void TestPromises::passkeyCallback_setFromWithinItself_saysSo()
+{
+    QVERIFY(m_device->start(m_shared->path(), {QStringLiteral("--secure"), QStringLiteral("493827")}));
+    unsigned int result = BTSDK_OK;
+    const auto unsetItself = [](unsigned int, char *, unsigned int, void *context) {
+        *static_cast<unsigned int *>(context) = Btsdk_HostSetPasskeyCallback(nullptr, nullptr);
+        return 0;
+    };
+    QCOMPARE(Btsdk_HostSetPasskeyCallback(unsetItself, &result), 0u);
+    Client client(m_device->port());
+    QCOMPARE(client.connect(), unsigned(BTSDK_ER_AUTHENTICATION));
+    QCOMPARE(result, unsigned(BTSDK_ER_CALLBACK));
 }
 
 QTEST_GUILESS_MAIN(TestPromises)

@@ -149,8 +149,7 @@ unsigned int Btsdk_HostSetEventCallback(BtsdkEventCallback callback, void *conte
 unsigned int Btsdk_HostSetPasskeyCallback(BtsdkPasskeyCallback callback, void *context)
 {
     return guarded([&](Library &library) -> unsigned int {
-        library.setPasskeyCallback(callback, context);
-        return BTSDK_OK;
+        return library.setPasskeyCallback(callback, context) ? BTSDK_OK : BTSDK_ER_CALLBACK;
     });
 }
 

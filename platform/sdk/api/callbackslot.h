@@ -1,17 +1,19 @@
 #ifndef API_CALLBACKSLOT_H
 #define API_CALLBACKSLOT_H
 
+#include <algorithm>
 #include <condition_variable>
+#include <cstdint>
+#include <list>
 #include <mutex>
 #include <thread>
-#include <utility>
 
 namespace api {
 
 /**
  * Holds a callback that somebody else may take away at any time. set() returns when the one that it replaces is not
- * running any more, so that what it uses may then go. Every member may be called from any thread; calls are made one
- * at a time.
+ * running any more, so that what it uses may then go. Every member may be called from any thread; call() does not
+ * serialise: who calls from several threads at once has the callback run on several.
  */
 template <class Callback>
 class CallbackSlot
@@ -24,7 +26,11 @@ public:
         if (isInside())
             return false;
         m_callback = callback;
-        m_idle.wait(lock, [this] { return !m_running; });
+        const std::uint64_t own = ++m_generation;
+        m_ended.wait(lock, [&] {
+            return std::none_of(m_running.begin(), m_running.end(),
+                                [&](const Running &running) { return running.generation < own; });
+        });
         return true;
     }
 
@@ -33,18 +39,15 @@ public:
     void call(Body body)
     {
         std::unique_lock<std::mutex> lock(m_mutex);
-        m_idle.wait(lock, [this] { return !m_running; });
         if (!m_callback)
             return;
         const Callback callback = m_callback;
-        m_running = true;
-        m_runner = std::this_thread::get_id();
+        const auto self = m_running.insert(m_running.end(), {std::this_thread::get_id(), m_generation});
         lock.unlock();
         body(callback);
         lock.lock();
-        m_running = false;
-        m_runner = {};
-        m_idle.notify_all();
+        m_running.erase(self);
+        m_ended.notify_all();
     }
 
     bool isSet() const
@@ -60,13 +63,23 @@ public:
     }
 
 private:
-    bool isInside() const { return m_running && m_runner == std::this_thread::get_id(); }
+    struct Running
+    {
+        std::thread::id thread;
+        std::uint64_t generation;
+    };
+
+    bool isInside() const
+    {
+        return std::any_of(m_running.begin(), m_running.end(),
+                           [](const Running &running) { return running.thread == std::this_thread::get_id(); });
+    }
 
     mutable std::mutex m_mutex;
-    std::condition_variable m_idle;
+    std::condition_variable m_ended;
     Callback m_callback{};
-    bool m_running = false;
-    std::thread::id m_runner;
+    std::uint64_t m_generation = 0; // counts the callbacks that were set
+    std::list<Running> m_running;
 };
 
 } // namespace api

@@ -55,6 +55,7 @@ void Library::shutDownInstance()
         return;
     // A callback that still ran could call in and start the library anew, behind the host's back.
     (void)library->m_events.set({});
+    (void)library->m_passkeys.set({});
     (void)library->m_server.setReceiveCallback(nullptr);
     (void)library->m_server.bluetooth().setAuthorizeCallback(nullptr, nullptr);
     {
@@ -98,7 +99,8 @@ void Library::shutDown()
 
 bool Library::isCallbackThread() const
 {
-    if (m_dispatcher.isCurrentThread() || m_server.isReceiveThread() || m_server.bluetooth().isAsking())
+    if (m_dispatcher.isCurrentThread() || m_server.isReceiveThread() || m_server.bluetooth().isAsking() ||
+        m_passkeys.runsOnThisThread())
         return true;
     for (const std::shared_ptr<Connection> &connection : m_connections.all()) {
         if (connection->isWithinCallback())
@@ -160,24 +162,19 @@ bool Library::setEventCallback(BtsdkEventCallback callback, void *context)
     return m_events.set({callback, context});
 }
 
-void Library::setPasskeyCallback(BtsdkPasskeyCallback callback, void *context)
+bool Library::setPasskeyCallback(BtsdkPasskeyCallback callback, void *context)
 {
-    const std::lock_guard<std::mutex> lock(m_passkeyMutex);
-    m_passkeyCallback = callback;
-    m_passkeyContext = context;
+    return m_passkeys.set({callback, context});
 }
 
 bool Library::askPasskey(std::uint32_t device, QByteArray &passkey)
 {
-    BtsdkPasskeyCallback callback = nullptr;
-    void *context = nullptr;
-    {
-        const std::lock_guard<std::mutex> lock(m_passkeyMutex);
-        callback = m_passkeyCallback;
-        context = m_passkeyContext;
-    }
     std::array<char, 256> buffer{};
-    if (!callback || callback(device, buffer.data(), buffer.size(), context) == 0)
+    bool given = false;
+    m_passkeys.call([&](const auto &target) {
+        given = target.callback(device, buffer.data(), buffer.size(), target.context) != 0;
+    });
+    if (!given)
         return false;
     passkey = QByteArray(buffer.data(), static_cast<int>(::strnlen(buffer.data(), buffer.size())));
     buffer.fill('\0');
@@ -189,7 +186,7 @@ void Library::post(BtsdkEvent event, std::uint32_t handle, std::uint32_t other, 
     const bool optional = event == BTSDK_EVENT_RECEIVED;
     m_dispatcher.post(
         [this, event, handle, other, value, text = std::move(text)] {
-            m_events.call([&](const EventTarget &target) {
+            m_events.call([&](const auto &target) {
                 const BtSdkEventInfo info{static_cast<std::uint32_t>(event), handle, other, value, text.c_str()};
                 target.callback(&info, target.context);
             });

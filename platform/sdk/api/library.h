@@ -36,14 +36,15 @@ public:
     unsigned int addNetworkDevice(const devices::Device &device, bool transient, std::uint32_t *handle);
     unsigned int removeDevice(std::uint32_t device);
 
-    /** @return false when called from within the callback */
+    /** @return false, and nothing changes, when called from within the callback */
     bool setEventCallback(BtsdkEventCallback callback, void *context);
-    void setPasskeyCallback(BtsdkPasskeyCallback callback, void *context);
+    bool setPasskeyCallback(BtsdkPasskeyCallback callback, void *context);
 
 private:
-    struct EventTarget
+    template <class Callback>
+    struct Target
     {
-        BtsdkEventCallback callback = nullptr;
+        Callback callback = nullptr;
         void *context = nullptr;
         explicit operator bool() const { return callback != nullptr; }
     };
@@ -64,10 +65,8 @@ private:
     void shutDown();
 
     const settings::SettingsFile m_file;
-    CallbackSlot<EventTarget> m_events;
-    std::mutex m_passkeyMutex;
-    BtsdkPasskeyCallback m_passkeyCallback = nullptr;
-    void *m_passkeyContext = nullptr;
+    CallbackSlot<Target<BtsdkEventCallback>> m_events;
+    CallbackSlot<Target<BtsdkPasskeyCallback>> m_passkeys;
     std::atomic<bool> m_wasReady{false};
     devices::SettingsSource *m_settingsSource = nullptr;   // the catalogue's
     devices::TransientSource *m_transientSource = nullptr; // the catalogue's

@@ -154,6 +154,14 @@ Outcome FolderSession::goTo(const FolderPath &path)
     return make(movesBetween(m_real, path));
 }
 
+Outcome FolderSession::goFromRoot(const FolderPath &path)
+{
+    QVector<FolderMove> moves{{FolderMove::Root, {}}};
+    for (const QString &name : path)
+        moves.append({FolderMove::Down, name});
+    return make(moves);
+}
+
 Outcome FolderSession::setPath(const QByteArray &path)
 {
     FolderPath target;

@@ -54,6 +54,8 @@ private:
     static Outcome asPut(Outcome outcome);
 
     Outcome goTo(const FolderPath &path);
+    /** Goes there without trusting "up", or where the peer stands. */
+    Outcome goFromRoot(const FolderPath &path);
     Outcome make(const QVector<FolderMove> &moves);
     Outcome createAndEnter(const FolderPath &parent, const QString &name);
     Outcome listHere(const std::function<void(const ListingEntry &)> &entry);

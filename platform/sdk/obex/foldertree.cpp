@@ -192,6 +192,10 @@ Outcome FolderSession::deleteLevel(Walk &walk, Level &level)
     return outcome.ok() ? walk.push(std::move(level)) : outcome;
 }
 
+/**
+ * Peers present links to folders as folders, and from behind one "up" may lead above what the link points at. Deleting
+ * there would leave the folder that was asked for, so that this walk goes down, and back by way of the root alone.
+ */
 Outcome FolderSession::deleteTree(const FolderPath &path)
 {
     // A level whose list of folders is at its end goes itself; the topmost is a level with that one folder to go.
@@ -210,7 +214,8 @@ Outcome FolderSession::deleteTree(const FolderPath &path)
             continue;
         }
         const QString name = QString::fromUtf8(level.folders.back().name);
-        outcome = goTo(level.path);
+        const bool isTopmost = walk.levels.size() == 1;
+        outcome = m_real == level.path ? Outcome() : goFromRoot(level.path);
         if (outcome.ok())
             outcome = m_requests.remove(name);
         if (outcome.ok()) {
@@ -218,7 +223,9 @@ Outcome FolderSession::deleteTree(const FolderPath &path)
         } else if (mayBeFull(outcome) && !entered) {
             Level inner;
             inner.path = level.path + FolderPath{name};
-            outcome = deleteLevel(walk, inner);
+            outcome = isTopmost ? goFromRoot(level.path) : Outcome();
+            if (outcome.ok())
+                outcome = deleteLevel(walk, inner);
         }
         entered = false;
     }

@@ -22,6 +22,15 @@ QByteArray listing(const QByteArray &entries)
            entries + "</folder-listing>";
 }
 
+Packet parsed(const QByteArray &packet)
+{
+    Packet result;
+    (void)readPacket(
+        {reinterpret_cast<const std::uint8_t *>(packet.constData()), static_cast<std::size_t>(packet.size())},
+        MaxPacketSize, result);
+    return result;
+}
+
 /** Answers every SETPATH as told and every listing with these bytes, in packets of at most 60,000. */
 ScriptedPeer::Script serving(const QByteArray &document, QVector<ResponseCode> setPathAnswers = {})
 {
@@ -140,6 +149,7 @@ private slots:
     void putFolder_folderThatCannotBeSearched_isLocalFileAndTheRestGoes();
     void deleteFolder_withContents_removesAll();
     void deleteFolder_peerRefusesFullFolders_emptiesItFirst();
+    void deleteFolder_linkThatThePeerGoesUpFromElsewhere_staysInTheFolder();
     void oneSession_manyCalls_stayInStep();
 
 private:
@@ -515,10 +525,7 @@ void TestClientFolders::deleteFolder_peerRefusesFullFolders_emptiesItFirst()
         bool fileThere = true;
         bool innerThere = true;
         for (QByteArray request = end.request(); !request.isEmpty(); request = end.request()) {
-            Packet packet;
-            (void)readPacket(
-                {reinterpret_cast<const std::uint8_t *>(request.constData()), static_cast<std::size_t>(request.size())},
-                MaxPacketSize, packet);
+            const Packet packet = parsed(request);
             Header header;
             if (packet.opcode() == Opcode::GetFinal) {
                 end.send(reply::body(ResponseCode::Success, listing("<file name=\"file\"/><folder name=\"inner\"/>")));
@@ -539,6 +546,66 @@ void TestClientFolders::deleteFolder_peerRefusesFullFolders_emptiesItFirst()
         QVERIFY(session.deleteFolder("folder").ok());
     }
     QCOMPARE(log, (QStringList{"folder refused", "file gone", "inner gone", "folder gone"}));
+}
+
+namespace {
+
+QByteArray listingOf(const QString &folder)
+{
+    QByteArray entries;
+    for (const QFileInfo &info : QDir(folder).entryInfoList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name))
+        entries += (info.isDir() ? "<folder name=\"" : "<file name=\"") + info.fileName().toUtf8() + "\"/>";
+    return listing(entries);
+}
+
+/** Deletes files and empty folders alone; links to folders it takes for folders. */
+ResponseCode removeAsFewServersDo(const QString &path)
+{
+    const QFileInfo info(path);
+    const bool gone = info.isDir() ? !info.isSymLink() && QDir().rmdir(path) : QFile::remove(path);
+    return gone ? ResponseCode::Success : ResponseCode::PreconditionFailed;
+}
+
+/** Serves a real folder as the system sees it: up from behind a link is above the folder that the link leads to. */
+ScriptedPeer::Script servingAsTheSystemGoes(const QString &root)
+{
+    return [root](PeerEnd &peer) {
+        acceptConnect(peer);
+        QString at = root;
+        for (QByteArray request = peer.request(); !request.isEmpty(); request = peer.request()) {
+            const Packet packet = parsed(request);
+            Header header;
+            if (packet.opcode() == Opcode::GetFinal) {
+                peer.send(reply::body(ResponseCode::Success, listingOf(at)));
+            } else if (packet.opcode() == Opcode::SetPath) {
+                SetPathFields fields;
+                Bytes headers;
+                (void)readSetPathFields(packet.body, fields, headers);
+                const QString name = findHeader(headers, HeaderId::Name, header) ? header.text() : QString();
+                const bool up = (fields.flags & SetPathBackup) != 0;
+                at = QFileInfo(up ? at + "/.." : name.isEmpty() ? root : at + '/' + name).canonicalFilePath();
+                peer.send(reply::packet(ResponseCode::Success));
+            } else if (findHeader(packet.body, HeaderId::Name, header)) {
+                peer.send(reply::packet(removeAsFewServersDo(at + '/' + header.text())));
+            }
+        }
+    };
+}
+
+} // namespace
+
+void TestClientFolders::deleteFolder_linkThatThePeerGoesUpFromElsewhere_staysInTheFolder()
+{
+    write(remote("folder/aa/file"), "x");
+    write(remote("other/aa/precious"), "x");
+    QVERIFY(QDir(remote()).mkpath("other/link"));
+    QVERIFY(QFile::link(remote("other/link"), remote("folder/link")));
+    ScriptedPeer peer(servingAsTheSystemGoes(remote()));
+    ClientSession session(peer.takeStream(), {});
+    QVERIFY(session.connect().ok());
+    QVERIFY(session.deleteFolder("folder").is(ResponseCode::PreconditionFailed)); // the peer keeps the link
+    QVERIFY(QFileInfo(remote("other/link")).isDir());
+    QVERIFY(QFileInfo(remote("other/aa/precious")).isFile());
 }
 
 void TestClientFolders::oneSession_manyCalls_stayInStep()

@@ -56,7 +56,7 @@ QStringList Usage::temporaryFiles(const QStringList &folders)
 {
     QStringList found;
     for (const QString &folder : folders) {
-        QDirIterator files(folder, {QStringLiteral("*.part"), QStringLiteral(".incoming*")},
+        QDirIterator files(folder, {QStringLiteral("*.part"), QStringLiteral(".btftp-part-*")},
                            QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
         while (files.hasNext())
             found << files.next();

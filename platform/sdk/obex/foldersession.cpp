@@ -219,11 +219,21 @@ Outcome FolderSession::getFile(const QByteArray &name, const QByteArray &localPa
     const Error error = findEnds(name, localPath, ends);
     if (error != Error::None)
         return error;
+    tidyOnce(localPath, ends.folder);
     const Outcome outcome = goTo(m_wanted);
     ListingEntry listed;
     if (m_listed == m_wanted)
         listed.size = m_listedSizes.value(name);
     return outcome.ok() ? getHere(ends.name, ends.folder, ends.localName, listed) : outcome;
+}
+
+/** Fetching many files into one folder, one call each, must not read that folder each time. */
+void FolderSession::tidyOnce(const QByteArray &localPath, const LocalFolder &folder)
+{
+    const QByteArray parent = localPath.left(localPath.lastIndexOf('/'));
+    if (parent != m_tidied)
+        folder.tidy();
+    m_tidied = parent;
 }
 
 Outcome FolderSession::getHere(const QString &name, const LocalFolder &folder, const QByteArray &localName,

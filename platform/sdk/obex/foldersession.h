@@ -50,6 +50,7 @@ private:
     };
 
     static Error findEnds(const QByteArray &name, const QByteArray &localPath, Ends &ends);
+    void tidyOnce(const QByteArray &localPath, const LocalFolder &folder);
     /** Several peers that are read-only answer a put with Forbidden; to the user it is the same. */
     static Outcome asPut(Outcome outcome);
 
@@ -81,6 +82,7 @@ private:
     FolderPath m_real;   // the peer's
     FolderPath m_listed; // the one that was listed last; its files whose size no Length header can hold
     QHash<QByteArray, quint64> m_listedSizes;
+    QByteArray m_tidied; // path of the local folder that was tidied last
     std::atomic<quint64> m_received{0};
     std::atomic<quint64> m_sent{0};
     std::chrono::steady_clock::time_point m_lastReport;

@@ -122,6 +122,8 @@ Outcome FolderSession::getFolder(const QByteArray &name, const QByteArray &local
         Outcome outcome = goTo(path);
         if (outcome.ok())
             outcome = folder.enter(localName, true, level.local);
+        if (outcome.ok())
+            level.local.tidy();
         return outcome.ok() ? getLevel(walk, level) : outcome;
     };
     const Outcome outcome = enter(m_wanted + FolderPath{ends.name}, ends.folder, ends.localName);

@@ -1,6 +1,6 @@
 #include "obex/localfile.h"
 
-#include <QRandomGenerator>
+#include "share/partfile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -30,11 +30,6 @@ Error errorOfErrno()
     default:
         return Error::LocalFile;
     }
-}
-
-QByteArray freshName()
-{
-    return ".incoming-" + QByteArray::number(QRandomGenerator::global()->generate64(), 36) + ".part";
 }
 
 } // namespace
@@ -82,7 +77,7 @@ Error LocalFolder::list(std::vector<QByteArray> &files, std::vector<QByteArray> 
         if (!entry)
             break;
         const QByteArray name(entry->d_name);
-        if (name == "." || name == "..")
+        if (name == "." || name == ".." || share::isPartName(entry->d_name))
             continue;
         struct stat info
         {
@@ -104,6 +99,11 @@ Error LocalFolder::list(std::vector<QByteArray> &files, std::vector<QByteArray> 
     std::sort(files.begin(), files.end());
     std::sort(folders.begin(), folders.end());
     return Error::None;
+}
+
+void LocalFolder::tidy() const
+{
+    share::removeAbandonedParts(m_fd.get());
 }
 
 Download::~Download()
@@ -151,13 +151,23 @@ Error Download::openUnnamed()
 
 Error Download::openNamed()
 {
-    const QByteArray name = freshName();
-    m_fd = transport::Descriptor(
-        ::openat(m_folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
-    if (!m_fd.valid())
-        return errorOfErrno();
-    m_temporary = name;
-    return Error::None;
+    constexpr int attempts = 8;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const QByteArray name = QByteArray::fromStdString(share::freshPartName());
+        m_fd = transport::Descriptor(
+            ::openat(m_folder, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+        if (!m_fd.valid())
+            return errorOfErrno();
+        share::claimPart(m_fd.get());
+        struct stat status
+        {
+        };
+        m_temporary = name;
+        if (::fstat(m_fd.get(), &status) == 0 && status.st_nlink > 0)
+            return Error::None;
+        m_temporary.clear(); // somebody who tidied up was quicker than the claim
+    }
+    return Error::LocalFile;
 }
 
 bool Download::hasRoomFor(quint64 bytes) const
@@ -193,7 +203,8 @@ Error Download::publishNew(bool &published)
     published = !m_replaces && linkAs(m_name);
     if (published || !m_temporary.isEmpty())
         return Error::None;
-    const QByteArray name = freshName();
+    const QByteArray name = QByteArray::fromStdString(share::freshPartName());
+    share::claimPart(m_fd.get());
     if (!linkAs(name))
         return errorOfErrno();
     m_temporary = name;

@@ -22,8 +22,12 @@ public:
     /** Opens a folder of this one; a link to a folder is one. @param create make it when nothing is there */
     Error enter(const QByteArray &name, bool create, LocalFolder &folder) const;
 
-    /** The names of what it holds, sorted. Links to folders, FIFOs, sockets and devices are left out. */
+    /** The names of what it holds, sorted. Links to folders, FIFOs, sockets, devices and unfinished files of ours are
+     *  left out. */
     Error list(std::vector<QByteArray> &files, std::vector<QByteArray> &folders) const;
+
+    /** Removes the unfinished files that killed processes have left here. */
+    void tidy() const;
 
     int descriptor() const { return m_fd.get(); }
 
@@ -33,7 +37,7 @@ private:
 
 /**
  * A file that is being written: it gets its name, or takes the place of the file of that name, with commit() and not
- * before. Without it nothing is left.
+ * before. Without it nothing is left; a process that is killed may leave a part file, which tidy() finds.
  */
 class Download
 {

@@ -1,9 +1,8 @@
 #include "share/directoryreader.h"
 
-#include "share/upload.h"
+#include "share/partfile.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace share {
@@ -28,10 +27,12 @@ bool DirectoryReader::next(Entry *entry)
         const std::string_view name = found->d_name;
         if (name == "." || name == "..")
             continue;
-        if (Upload::isTemporaryName(name))
-            removeIfAbandoned(found->d_name);
-        else if (describe(*found, entry))
-            return true;
+        if (!isPartName(name)) {
+            if (describe(*found, entry))
+                return true;
+        } else if (m_writable) {
+            removePartIfAbandoned(::dirfd(m_directory), found->d_name);
+        }
     }
     return false;
 }
@@ -75,19 +76,6 @@ bool DirectoryReader::isOnTheWay(const struct stat &status)
         }
     }
     return m_way.count({status.st_dev, status.st_ino}) != 0;
-}
-
-/** An upload holds a lock on its hidden file as long as it lives: one without a lock is a dead process's. */
-void DirectoryReader::removeIfAbandoned(const char *name) const
-{
-    if (!m_writable)
-        return;
-    const FileDescriptor file(
-        ::openat(::dirfd(m_directory), name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    struct stat status = {};
-    if (file.isValid() && ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
-        ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
-        (void)::unlinkat(::dirfd(m_directory), name, 0); // if it stays, the next listing tries again
 }
 
 } // namespace share

@@ -47,7 +47,6 @@ private:
     bool describe(const dirent &found, Entry *entry);
     bool describeLink(const std::string &name, struct stat *status);
     bool isOnTheWay(const struct stat &status);
-    void removeIfAbandoned(const char *name) const;
 
     std::shared_ptr<const Folder> m_folder;
     Path m_path;

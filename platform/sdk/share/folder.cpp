@@ -1,6 +1,7 @@
 #include "share/folder.h"
 
 #include "share/directoryreader.h"
+#include "share/partfile.h"
 #include "share/upload.h"
 
 #include <cerrno>
@@ -87,7 +88,7 @@ bool removeFiles(FileDescriptor folder, std::vector<std::string> *subfolders)
 bool isStorableName(std::string_view name)
 {
     return !name.empty() && name.size() <= MaxNameBytes && name != "." && name != ".." && name.find('/') == name.npos &&
-           name.find('\0') == name.npos && !Upload::isTemporaryName(name);
+           name.find('\0') == name.npos && !isPartName(name);
 }
 
 std::string relativePath(const Path &path)

@@ -1,28 +1,16 @@
 #include "share/upload.h"
 
+#include "share/partfile.h"
+
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
-#include <sys/file.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 
 namespace share {
 
 namespace {
 
-constexpr std::string_view TemporaryPrefix = ".btftp-part-";
-constexpr std::size_t RandomDigits = 16;
 constexpr int MaxNameAttempts = 8;
-
-std::string temporaryName()
-{
-    std::uint64_t random = 0;
-    (void)::getrandom(&random, sizeof random, 0); // a repeated name is found out when it is used
-    char digits[RandomDigits + 1];
-    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(random));
-    return std::string(TemporaryPrefix) + digits;
-}
 
 /** Where the kernel shows an open descriptor, for giving a name to a file that has none. */
 std::string descriptorPath(int fd)
@@ -31,13 +19,6 @@ std::string descriptorPath(int fd)
 }
 
 } // namespace
-
-bool Upload::isTemporaryName(std::string_view name)
-{
-    return name.size() == TemporaryPrefix.size() + RandomDigits &&
-           name.substr(0, TemporaryPrefix.size()) == TemporaryPrefix &&
-           name.find_first_not_of("0123456789abcdef", TemporaryPrefix.size()) == name.npos;
-}
 
 Status checkReplaceable(int parent, const std::string &name)
 {
@@ -78,11 +59,11 @@ Status Upload::open()
 Status Upload::openNamed()
 {
     for (int attempt = 0; attempt < MaxNameAttempts; ++attempt) {
-        std::string name = temporaryName();
+        std::string name = freshPartName();
         m_file.reset(
             ::openat(m_parent.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC | O_NOFOLLOW, 0666));
         if (m_file.isValid()) {
-            (void)::flock(m_file.get(), LOCK_EX | LOCK_NB); // without locks only the tidying up is worse
+            claimPart(m_file.get());
             m_temporaryName = std::move(name);
             struct stat status = {};
             if (::fstat(m_file.get(), &status) == 0 && status.st_nlink > 0)
@@ -151,9 +132,9 @@ Status Upload::linkInPlace()
         if (errno != EEXIST)
             return writeStatus(errno);
         // A link cannot replace a file, a rename can; the lock tells a listing at this moment to leave the name alone.
-        (void)::flock(m_file.get(), LOCK_EX | LOCK_NB);
+        claimPart(m_file.get());
         for (int attempt = 0; m_temporaryName.empty(); ++attempt) {
-            std::string name = temporaryName();
+            std::string name = freshPartName();
             if (::linkat(AT_FDCWD, source.c_str(), m_parent.get(), name.c_str(), AT_SYMLINK_FOLLOW) == 0)
                 m_temporaryName = std::move(name);
             else if (errno != EEXIST || attempt == MaxNameAttempts)

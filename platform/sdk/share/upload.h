@@ -41,9 +41,6 @@ public:
     const std::string &name() const { return m_name; }
     std::uint64_t size() const { return m_size; }
 
-    /** Whether a name is one of those that unfinished uploads have. */
-    static bool isTemporaryName(std::string_view name);
-
 private:
     Status openNamed();
     void applyAttributes();

@@ -1,3 +1,4 @@
+#include "obex/localfile.h"
 #include "transferhelpers.h"
 
 #include <QElapsedTimer>
@@ -8,6 +9,7 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace obex;
@@ -64,6 +66,7 @@ private slots:
     void get_noSpaceForIt_isDiskFull();
     void get_noSpaceAnnounced_isDiskFullAtOnce();
     void get_largerThanTheDiskTakes_isDiskFull();
+    void get_whereAKilledProcessLeftLitter_removesItAndNothingElse();
     void progress_reportsFirstAndLastOfEachFile();
 
 private:
@@ -478,6 +481,53 @@ void TestClientGet::get_largerThanTheDiskTakes_isDiskFull()
     QCOMPARE(outcome.error, Error::DiskFull);
     QCOMPARE(contents(target()), QByteArray("old"));
     QCOMPARE(everythingIn(m_folder->path()), QStringList{"target"});
+}
+
+namespace {
+
+/** Begins a file of a few bytes as a get does. */
+bool beginFile(const QByteArray &folder, Download &file)
+{
+    static LocalFolder open; // the file needs it as long as it lives
+    QByteArray name;
+    return LocalFolder::openParent(folder + "/begun", open, name) == Error::None &&
+           file.open(open, name) == Error::None && file.start(3) == Error::None;
+}
+
+} // namespace
+
+void TestClientGet::get_whereAKilledProcessLeftLitter_removesItAndNothingElse()
+{
+    const QByteArray folder = m_folder->path().toUtf8();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        Download file;
+        (void)beginFile(folder, file);
+        (void)::raise(SIGKILL);
+    }
+    int status = 0;
+    QCOMPARE(::waitpid(child, &status, 0), child);
+    QVERIFY(WIFSIGNALED(status));
+    const QStringList litter = everythingIn(m_folder->path());
+    QCOMPARE(litter.size(), 1);
+
+    Download inUse;
+    QVERIFY(beginFile(folder, inUse));
+    write(m_folder->filePath(".btftp-part-of-somebody-else"), "theirs");
+    QStringList expected = everythingIn(m_folder->path());
+    expected.removeAll(litter.first());
+    expected.append("target");
+    expected.sort();
+
+    ScriptedPeer peer([](PeerEnd &end) {
+        acceptConnect(end);
+        serveGet(end);
+        end.stayAway();
+    });
+    ClientSession session(peer.takeStream(), patient());
+    QVERIFY(session.connect().ok());
+    QVERIFY(session.getFile("name", targetPath()).ok());
+    QCOMPARE(everythingIn(m_folder->path()), expected);
 }
 
 void TestClientGet::progress_reportsFirstAndLastOfEachFile()

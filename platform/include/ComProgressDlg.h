@@ -8,14 +8,16 @@ class ComProgressDlgPrivate;
 /**
  * Shows how a transfer goes on, of one file or of several in turn, and lets the user cancel it.
  *
- * Lives on the GUI thread. It stays open until done() ends it.
+ * For the GUI thread alone; what the SDK reports on its own threads is sent over by a queued connection. It stays open
+ * until done() ends it, and is not shown before whoever makes it shows it.
  */
 class Q_DECL_EXPORT ComProgressDlg : public QDialog
 {
     Q_OBJECT
 
 public:
-    /** @param source, destination  the folders between which the files move, as shown to the user */
+    /** @param source, destination  the folders between which the files move, as shown to the user; copied
+     *  @param parent                owns the dialog; may be null */
     ComProgressDlg(QString &source, QString &destination, QWidget *parent);
     ~ComProgressDlg() override;
 

@@ -5,10 +5,15 @@
  * This header is a binary contract: plug-ins are built against it and find the functions in whichever library of that
  * soname the host has loaded.
  *
- * Conventions. Handles are unsigned 32-bit numbers, 0 means none. Results are 0 for success; a refusal by the peer is
- * 0x0600 plus the OBEX response code with its final bit; everything else is a BtsdkResult. Strings are NUL-terminated
- * UTF-8. Nothing throws, and outputs are untouched on failure. Everything but the callbacks may be called from any
- * thread, on a stack of 64 KiB.
+ * Conventions. Handles are unsigned 32-bit numbers, 0 means none; one that was given stays good for the life of the
+ * process or names nothing, and never anything else. Results are 0 for success; a refusal by the peer is 0x0600 plus
+ * the OBEX response code with its final bit; everything else is a BtsdkResult. Each function names the results of its
+ * own; besides, every one may say BTSDK_ER_INTERNAL, when the system has run out of memory, say. Strings are
+ * NUL-terminated UTF-8. Records are little-endian. Nothing throws, and outputs are untouched on failure.
+ *
+ * Threads. Every function may be called from any thread, on a stack of 64 KiB; which thread a callback runs on is said
+ * where its type stands. A callback may call the library but for what would wait for the callback itself: that answers
+ * BTSDK_ER_CALLBACK.
  */
 #ifndef BTSDK_H
 #define BTSDK_H
@@ -83,19 +88,21 @@ enum { BTSDK_FTP_FOLDER = 1 };
 /** One entry of a remote folder, 324 bytes. */
 typedef struct FTP_FIND_DATA
 {
-    uint32_t size;       /**< bytes; sizes over 32 bits saturate */
+    uint32_t size;       /**< bytes, 0 for a folder mostly; sizes over 32 bits saturate */
     char name[296];      /**< UTF-8, NUL-terminated, at most 295 bytes */
     char modified[20];   /**< "yyyyMMdd'T'hhmmss'Z'" in UTC, or empty */
-    uint32_t attributes; /**< BTSDK_FTP_FOLDER */
+    uint32_t attributes; /**< BTSDK_FTP_FOLDER or 0 */
 } FTP_FIND_DATA;
 
 /** What the receive-file callback is given. */
 struct _BtSdkFileTransferReqStru
 {
-    uint32_t device;     /**< handle of the device that sent the file, 0 when it is not a known one */
-    uint32_t connection; /**< the server's own number of the client session */
+    uint32_t device;     /**< handle of the device that sent the file; this library does not tell and gives 0 */
+    uint32_t connection; /**< the server's own number of the client, 1 and up; no handle */
     uint32_t event;      /**< BTSDK_EVENT_FILE_RECEIVED */
-    char fileName[260];  /**< name as stored in the shared folder, UTF-8; another library's may be longer */
+    /** Path below the shared folder, "pictures/a.jpg", or the name alone when that is over 259 bytes; UTF-8. Another
+     *  library's field may be longer. */
+    char fileName[260];
 };
 
 /** Application parameters of the file transfer server, 264 bytes. */
@@ -104,18 +111,18 @@ struct BtSdkFtpServerParameters
     uint32_t size;    /**< 264 */
     uint16_t mask;    /**< 3: access and folder are given */
     uint16_t access;  /**< BtsdkAccess */
-    char folder[256]; /**< UTF-8, at most 255 bytes */
+    char folder[256]; /**< absolute path, UTF-8, at most 255 bytes */
 };
 
 /** Attributes of a server, 96 bytes. */
 struct BtSdkServerAttributes
 {
-    uint16_t mask;         /**< BtsdkServerAttributeMask */
-    uint16_t serviceClass; /**< always filled by a get */
+    uint16_t mask;         /**< BtsdkServerAttributeMask, any of them; set by the caller */
+    uint16_t serviceClass; /**< BTSDK_CLS_OBEX_FILE_TRANS; always filled by a get, never looked at by an update */
     uint8_t reserved1[80];
     uint16_t security; /**< BTSDK_SECURE_CONNECTION or 0 */
     uint16_t reserved2;
-    struct BtSdkFtpServerParameters *application; /**< owned by the caller; null is not touched by a get */
+    struct BtSdkFtpServerParameters *application; /**< the caller's; a get with null leaves it out */
 #if UINTPTR_MAX == UINT32_MAX
     uint32_t reserved3;
 #endif
@@ -124,149 +131,257 @@ struct BtSdkServerAttributes
 /** Properties of a connection, 28 bytes, written only. */
 struct BtSdkConnectionProperty
 {
-    uint32_t role; /**< 0: this side dialled */
-    uint32_t device;
-    uint32_t shortcut;
-    uint16_t serviceClass;
+    uint32_t role;         /**< 0: this side dialled */
+    uint32_t device;       /**< handle */
+    uint32_t shortcut;     /**< handle */
+    uint16_t serviceClass; /**< BTSDK_CLS_OBEX_FILE_TRANS */
     uint16_t reserved1;
     uint64_t received; /**< file bytes since the connection was made */
     uint32_t reserved2;
 };
 
-/** Properties of a shortcut, 284 bytes. The caller sets shortcut. */
+/** Properties of a shortcut, 284 bytes. */
 struct BtSdkShortCutProperty
 {
-    uint32_t shortcut;
-    uint16_t serviceClass;
+    uint32_t shortcut;     /**< handle; set by the caller */
+    uint16_t serviceClass; /**< BTSDK_CLS_OBEX_FILE_TRANS */
     uint16_t reserved1;
-    uint32_t device;
-    char name[256]; /**< the shortcut's display name, UTF-8 */
+    uint32_t device; /**< handle */
+    char name[256];  /**< the shortcut's display name, UTF-8, cut at a character boundary */
     uint8_t reserved2[16];
 };
 
 #pragma pack(pop)
 
-/** One call per entry of a listing, on the thread that called Btsdk_FTPBrowseFolder; points at an FTP_FIND_DATA. */
+/**
+ * One call per entry of a listing, in the peer's order, on the thread that called Btsdk_FTPBrowseFolder. Other calls on
+ * the connection answer BTSDK_ER_BUSY meanwhile, but for Btsdk_FTPCancelTransfer.
+ * @param findData  an FTP_FIND_DATA, valid during the call only
+ */
 typedef void (*BtsdkBrowseCallback)(unsigned char *findData);
 
 /**
- * Progress of a get or put, on a thread of the library's. first and last are non-zero on the first and last report of
- * a file; the name is never null and is valid during the call only; sizes are below 2^32: a file of 4 GiB
- * or more has the size 2^32 - 1 and cursize in proportion, so that the fraction stays right. No report is made after
- * the transfer call has returned.
+ * Progress of a get or put, on a thread of the library's, one call at a time for each connection. No report is made
+ * after the transfer call has returned. A slow callback is told less between the first and last report of a file, and
+ * those wait for it.
+ * @param first, last  non-zero on the first and last report of a file; there is no last one when it fails
+ * @param filename     the file's own name, UTF-8, never null, valid during the call only
+ * @param filesize     bytes, 0 while it is not known; below 2^32: a file of 4 GiB or more has the size 2^32 - 1 and
+ *                     cursize in proportion, so that the fraction stays right
+ * @param cursize      bytes moved so far
  */
 typedef void (*BtsdkStatusCallback)(unsigned char first, unsigned char last, unsigned char *filename,
                                     unsigned long filesize, unsigned long cursize);
 
-/** A file has arrived in the shared folder; on a thread of the library's, never twice at the same time. */
+/**
+ * A file has arrived in the shared folder; on a thread of the library's, never twice at the same time: reports wait
+ * their turn, up to 10,000 of them.
+ * @param request  valid during the call only
+ * @return anything; the library does not look at it
+ */
 typedef unsigned int (*BtsdkReceiveFileCallback)(struct _BtSdkFileTransferReqStru *request);
 
-/** Stops a running device search, so that it does not slow a connect; success when none is running. */
+/** Stops the device searches that this process has begun, so that they do not slow a connect; waits for BlueZ 1 s at
+ * the most. @return BTSDK_OK, also when none is running */
 BTSDK_EXPORT unsigned int Btsdk_StopDeviceDiscovery(void);
 
 /**
- * Connects to a service of a device; blocks for 10 s at the most (settings, section OBEX).
+ * Connects to a service of a device. Blocks for 10 s at the most (settings, section OBEX), and for as long as the user
+ * takes to answer when the device wants a passkey. Several threads may connect at once, to one device as well.
  * @param device        device handle
  * @param serviceClass  BTSDK_CLS_OBEX_FILE_TRANS
  * @param param         reserved, 0
  * @param connection    receives the handle, on success only
+ * @return BTSDK_ER_INVALID_PARAMETER (connection is null), BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_SUPPORTED,
+ *         BTSDK_ER_NO_TRANSPORT, BTSDK_ER_CONNECT_FAILED, BTSDK_ER_TIMED_OUT, BTSDK_ER_AUTHENTICATION,
+ *         BTSDK_ER_LINK_LOST, BTSDK_ER_PROTOCOL, BTSDK_ER_CANCELLED (its shortcut was disconnected meanwhile, or the
+ *         library shut down), BTSDK_ER_LOCAL_FULL (64 connections are open), or the peer's refusal
  */
 BTSDK_EXPORT unsigned int Btsdk_ConnectEx(unsigned int device, unsigned short serviceClass, unsigned int param,
                                           unsigned int *connection);
 
-/** Ends a connection; a transfer on it is cancelled first. */
+/**
+ * Ends a connection; what runs on it is cancelled first. Blocks for 5 s at the most, however silent the peer is.
+ * @return BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED (it has ended already), BTSDK_ER_CALLBACK (from within a
+ *         callback of this connection)
+ */
 BTSDK_EXPORT unsigned int Btsdk_Disconnect(unsigned int connection);
 
-/** Ends the connections of a shortcut. 0 is accepted and does nothing. */
+/**
+ * Ends the connections of a shortcut, and the connecting: that call returns BTSDK_ER_CANCELLED. Blocks as
+ * Btsdk_Disconnect does. 0 is accepted and does nothing.
+ * @return BTSDK_ER_INVALID_HANDLE, BTSDK_ER_CALLBACK (a connection stays, since this is within a callback of its)
+ */
 BTSDK_EXPORT unsigned int Btsdk_DisconnectShortCut(unsigned int shortcut);
 
-/** Changes the remote current folder. @param path absolute, "/" separated; "/" is the root. */
+/*
+ * The functions on a remote folder that follow block until the peer has answered: 20 s at the most for a request, and
+ * for a transfer until 30 s have passed without a byte (settings, section OBEX). One of them at a time runs on a
+ * connection. All may return, besides what they name:
+ *
+ *   BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED, BTSDK_ER_BUSY: nothing was sent
+ *   BTSDK_ER_INVALID_PARAMETER, BTSDK_ER_NAME_TOO_LONG: nothing was sent. A name is one component of 1 to 295 bytes of
+ *       UTF-8, neither "." nor "..", without "/"
+ *   BTSDK_ER_CANCELLED: the connection stays
+ *   BTSDK_ER_TIMED_OUT, BTSDK_ER_LINK_LOST, BTSDK_ER_PROTOCOL: the connection has ended
+ *   a refusal by the peer: the connection stays. 0x06C4 is Not Found, 0x06C1 BTSDK_ER_READ_ONLY
+ */
+
+/**
+ * Changes the remote current folder; after a failure it is what it was.
+ * @param path  absolute, "/" separated; "/" is the root, which costs nothing now: whether it can be reached shows in
+ * the next call
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPSetRmtDir(unsigned int connection, const char *path);
 
 /**
- * Lists the remote current folder. The callback runs once per entry, on the calling thread, before the call returns.
- * @param name      what the folder is called, for messages alone
+ * Lists the remote current folder. The callback runs once per entry, on the calling thread, before the call returns;
+ * entries may have come before a failure. Entries whose names no call could take are left out.
+ * @param name      what the folder is called, for messages alone; may be null
+ * @param callback  not null
  * @param reserved  0
+ * @return also BTSDK_ER_LOCAL_FULL: over 1,000,000 entries or 256 MiB
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPBrowseFolder(unsigned int connection, const char *name, BtsdkBrowseCallback callback,
                                                 unsigned int reserved);
 
-/** Fetches a file of the remote current folder into the local file localPath; blocks. An existing file is replaced
- *  when the last byte has come; an existing folder is a BTSDK_ER_LOCAL_FILE. */
+/**
+ * Fetches a file of the remote current folder. An existing local file is replaced when the last byte has come, and
+ * keeps its permissions; until then, and after a failure, everything is as it was.
+ * @param localPath  of the file to be, in a folder that exists; an existing folder is a BTSDK_ER_LOCAL_FILE
+ * @return also BTSDK_ER_LOCAL_FILE, BTSDK_ER_DISK_FULL
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPGetFile(unsigned int connection, const char *remoteName, const char *localPath);
 
-/** Fetches a folder with all that it holds; an existing local folder is merged into. Blocks. */
+/**
+ * Fetches a folder of the remote current folder with all that it holds. An entry that fails by itself is left out, the
+ * rest comes, and the first such failure is returned.
+ * @param localPath  of the folder to be, in a folder that exists; an existing folder is merged into, an existing file
+ * is a BTSDK_ER_LOCAL_FILE
+ * @return also BTSDK_ER_LOCAL_FILE, BTSDK_ER_DISK_FULL, BTSDK_ER_LOCAL_FULL (over 128 levels or 1,000,000 entries)
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPGetDir(unsigned int connection, const char *remoteName, const char *localPath);
 
-/** Sends a local file into the remote current folder under remoteName; blocks. */
+/**
+ * Sends a local file into the remote current folder under remoteName, over a file of that name if the peer lets it.
+ * @param localPath  of a regular file, or of a link to one
+ * @return also BTSDK_ER_LOCAL_FILE, and BTSDK_ER_READ_ONLY for Forbidden, too: read-only peers say either
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPPutFile(unsigned int connection, const char *localPath, const char *remoteName);
 
-/** Sends a local folder with all that it holds; blocks. The remote current folder stays what it was. */
+/**
+ * Sends a local folder with all that it holds into the remote current folder, which stays what it was; into an existing
+ * folder of that name, too. Links to files go as files; links to folders, FIFOs, sockets and devices are left out.
+ * Failures of single entries are as with Btsdk_FTPGetDir.
+ * @return also BTSDK_ER_LOCAL_FILE, BTSDK_ER_LOCAL_FULL, and BTSDK_ER_READ_ONLY as above
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPPutDir(unsigned int connection, const char *localPath, const char *remoteName);
 
 /** Deletes a file of the remote current folder. */
 BTSDK_EXPORT unsigned int Btsdk_FTPDeleteFile(unsigned int connection, const char *name);
 
-/** Deletes a folder of the remote current folder, with all that it holds. */
+/**
+ * Deletes a folder of the remote current folder, with all that it holds: asked of the peer in one request, entry by
+ * entry when it refuses that. What such a peer shows as a folder is taken for one, a link as well.
+ * @return also BTSDK_ER_LOCAL_FULL (over 128 levels or 1,000,000 entries); the first failure ends it, with the rest
+ * left
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPDeleteDir(unsigned int connection, const char *name);
 
-/** Creates a folder in the remote current folder, which stays what it was. */
+/** Creates a folder in the remote current folder, which stays what it was. An existing folder is a success. */
 BTSDK_EXPORT unsigned int Btsdk_FTPCreateDir(unsigned int connection, const char *name);
 
 /**
- * Ends the get or put that blocks on this connection with a non-zero result, within 2.5 s; success when none runs.
- * Between the registration of a status callback and the get or put that follows it, a cancel is kept for that one: it
- * then returns BTSDK_ER_CANCELLED at once. Registering a callback or null forgets it.
+ * Ends the get, put or other request that blocks on this connection, from any thread and any callback: it returns
+ * within 2.5 s, mostly BTSDK_ER_CANCELLED. This call itself does not wait. Between the registration of a status
+ * callback and the get or put that follows it, a cancel is kept for that one: it then returns BTSDK_ER_CANCELLED at
+ * once. Registering a callback or null forgets it.
+ * @return BTSDK_OK, also when nothing runs; BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPCancelTransfer(unsigned int connection);
 
-/** Sets the progress callback of a connection. Null unregisters and waits until a running one has ended. */
+/**
+ * Sets the progress callback of a connection; null unregisters. Waits until the one before is not running any more.
+ * @return BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED, BTSDK_ER_CALLBACK (from within it; nothing changes)
+ */
 BTSDK_EXPORT unsigned int Btsdk_FTPRegisterStatusCallback(unsigned int connection, BtsdkStatusCallback callback);
 
 /**
- * Registers the file transfer server, stopped; or changes folder and access of the registered one.
+ * Registers the file transfer server, stopped; or changes folder and access of the registered one, which ends the
+ * sessions of its clients when it runs. There is one, with one handle, until Btsdk_HostShutdown.
  * @param access  BTSDK_ACCESS_WRITABLE; every other value is read-only
+ * @param folder  absolute path of 1 to 255 bytes; it need not be there before the server is started
  * @return the server handle, 0 on failure
  */
 BTSDK_EXPORT unsigned int Btsdk_RegisterFTPService(unsigned short access, const char *folder);
 
-/** Sets the callback for received files. Null unregisters and waits until a running one has ended. */
+/** Sets the callback for received files; null unregisters. Waits until the one before is not running any more.
+ *  @return BTSDK_ER_CALLBACK (from within it; nothing changes) */
 BTSDK_EXPORT unsigned int Btsdk_FTPRegisterDealReceiveFileCB(BtsdkReceiveFileCallback callback);
 
+/**
+ * Starts a server: over TCP where the network transport is on, over Bluetooth where there is an adapter. Success when
+ * it runs already.
+ * @return BTSDK_ER_INVALID_HANDLE, BTSDK_ER_LOCAL_FILE (the folder is not there), BTSDK_ER_NO_TRANSPORT (nowhere to
+ *         listen), BTSDK_ER_CANCELLED (the library is being shut down)
+ */
 BTSDK_EXPORT unsigned int Btsdk_StartServer(unsigned int server);
 
-/** Stops a server; connected clients are dropped. */
+/** Stops a server; connected clients are dropped, and what they were sending leaves no trace. Success when it is
+ * stopped already. @return BTSDK_ER_INVALID_HANDLE */
 BTSDK_EXPORT unsigned int Btsdk_StopServer(unsigned int server);
 
-/** @param status receives a BtsdkServerStatus */
+/** @param status  receives a BtsdkServerStatus. @return BTSDK_ER_INVALID_PARAMETER (null), BTSDK_ER_INVALID_HANDLE */
 BTSDK_EXPORT unsigned int Btsdk_GetServerStatus(unsigned int server, unsigned short *status);
 
-/** Fills the fields that the record's mask names, and the service class always. */
+/** Fills the fields that the record's mask names, and the service class always.
+ *  @return BTSDK_ER_INVALID_PARAMETER (null), BTSDK_ER_INVALID_HANDLE */
 BTSDK_EXPORT unsigned int Btsdk_GetServerAttributes(unsigned int server, struct BtSdkServerAttributes *record);
 
-/** Applies the fields that the record's mask names. A change of folder or access ends the sessions of clients. */
+/**
+ * Applies the fields that the record's mask names. A change of folder, access or security ends the sessions of clients.
+ * The security is kept in the settings, for the next start of the process.
+ * @return BTSDK_ER_INVALID_PARAMETER (null, or a folder that is no absolute path of at most 255 bytes),
+ *         BTSDK_ER_INVALID_HANDLE, BTSDK_ER_LOCAL_FILE (the folder is not there)
+ */
 BTSDK_EXPORT unsigned int Btsdk_UpdateServerAttributes(unsigned int server, struct BtSdkServerAttributes *record);
 
 /** 1 when a transport can be used: an adapter is powered, or the network transport is on. */
 BTSDK_EXPORT unsigned char Btsdk_IsBluetoothReady(void);
 
 /**
- * The name under which this computer is seen.
- * @param length  in: the buffer's size in bytes; out: the bytes of the name, without its NUL
+ * The name under which this computer is seen: the adapter's, else the host name.
+ * @param name    receives it, cut at a character boundary where it does not fit
+ * @param length  in: the buffer's size in bytes, at least 1; out: the bytes of the name, without its NUL
+ * @return BTSDK_ER_INVALID_PARAMETER
  */
 BTSDK_EXPORT unsigned int Btsdk_GetLocalName(unsigned char *name, unsigned short *length);
 
-/** Writes up to max handles of the connections that this side made. @return the count written */
+/** Writes up to max handles of the connections that this side made and that are not known to be gone, oldest first.
+ *  @return the count written; 0 on failure, null included */
 BTSDK_EXPORT unsigned int Btsdk_GetAllOutgoingConnections(unsigned int *handles, unsigned int max);
 
+/** Fills all of the record. @return BTSDK_ER_INVALID_PARAMETER (null), BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED
+ */
 BTSDK_EXPORT unsigned int Btsdk_GetConnectionProperty(unsigned int connection, struct BtSdkConnectionProperty *record);
 
+/** Fills the record of the shortcut that it names. @return BTSDK_ER_INVALID_PARAMETER (null), BTSDK_ER_INVALID_HANDLE
+ */
 BTSDK_EXPORT unsigned int Btsdk_GetShortCutProperty(struct BtSdkShortCutProperty *record);
 
-/** Writes a key of a settings file; the file is replaced as a whole, comments and other keys are kept. */
+/**
+ * Writes a key of a settings file. The file is replaced as a whole, comments and other keys are kept; a missing one is
+ * made with its folders. Waits up to 5 s for another process's write.
+ * @param section, key  not empty
+ * @param value         not null; quoted in the file where it would not be read back alike
+ * @param file          path of the settings file
+ * @return BTSDK_ER_INVALID_PARAMETER (as above, or the file format has no way to hold it), BTSDK_ER_SETTINGS,
+ *         BTSDK_ER_DISK_FULL
+ */
 BTSDK_EXPORT unsigned int Btsdk_WritePrivateProfileString(const char *section, const char *key, const char *value,
                                                           const char *file);
 
+/** As Btsdk_WritePrivateProfileString, with the value in decimal. */
 BTSDK_EXPORT unsigned int Btsdk_WritePrivateProfileInt(const char *section, const char *key, int value,
                                                        const char *file);
 

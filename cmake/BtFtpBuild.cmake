@@ -50,7 +50,7 @@ endif()
 #                [ENVIRONMENT <VAR=value>...])
 #
 # Builds one QtTest program and registers it under its name. It runs on Qt's offscreen platform with settings and
-# home in a folder of its own under the build folder, so that no test can touch the user's files.
+# home in a temporary folder of its own (scripts/run-one-test), so that no test can touch the user's files.
 function(btftp_add_test name)
     cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT")
     if(NOT arg_TIMEOUT)

@@ -222,15 +222,14 @@ BTSDK_EXPORT unsigned int Btsdk_DisconnectShortCut(unsigned int shortcut);
  *   BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED, BTSDK_ER_BUSY: nothing was sent
  *   BTSDK_ER_INVALID_PARAMETER, BTSDK_ER_NAME_TOO_LONG: nothing was sent. A name is one component of 1 to 295 bytes of
  *       UTF-8, neither "." nor "..", without "/"
- *   BTSDK_ER_CANCELLED: the connection stays
- *   BTSDK_ER_TIMED_OUT, BTSDK_ER_LINK_LOST, BTSDK_ER_PROTOCOL: the connection has ended
  *   a refusal by the peer: the connection stays. 0x06C4 is Not Found, 0x06C1 BTSDK_ER_READ_ONLY
+ *   BTSDK_ER_CANCELLED, BTSDK_ER_PROTOCOL: the connection stays as long as the peer's answers can be told apart
+ *   BTSDK_ER_TIMED_OUT, BTSDK_ER_LINK_LOST: the connection has ended
  */
 
 /**
  * Changes the remote current folder; after a failure it is what it was.
- * @param path  absolute, "/" separated; "/" is the root, which costs nothing now: whether it can be reached shows in
- * the next call
+ * @param path  absolute, "/" separated; the root, "/", is gone to by the next call, which tells if that fails
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPSetRmtDir(unsigned int connection, const char *path);
 
@@ -256,8 +255,8 @@ BTSDK_EXPORT unsigned int Btsdk_FTPGetFile(unsigned int connection, const char *
 /**
  * Fetches a folder of the remote current folder with all that it holds. An entry that fails by itself is left out, the
  * rest comes, and the first such failure is returned.
- * @param localPath  of the folder to be, in a folder that exists; an existing folder is merged into, an existing file
- * is a BTSDK_ER_LOCAL_FILE
+ * @param localPath  of the folder to be, in a folder that exists. An existing folder is merged into; an existing file
+ *                   is a BTSDK_ER_LOCAL_FILE
  * @return also BTSDK_ER_LOCAL_FILE, BTSDK_ER_DISK_FULL, BTSDK_ER_LOCAL_FULL (over 128 levels or 1,000,000 entries)
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPGetDir(unsigned int connection, const char *remoteName, const char *localPath);
@@ -282,9 +281,9 @@ BTSDK_EXPORT unsigned int Btsdk_FTPDeleteFile(unsigned int connection, const cha
 
 /**
  * Deletes a folder of the remote current folder, with all that it holds: asked of the peer in one request, entry by
- * entry when it refuses that. What such a peer shows as a folder is taken for one, a link as well.
- * @return also BTSDK_ER_LOCAL_FULL (over 128 levels or 1,000,000 entries); the first failure ends it, with the rest
- * left
+ * entry when it refuses that. What such a peer shows as a folder is taken for one, a link as well. The first failure
+ * ends it, with the rest left.
+ * @return also BTSDK_ER_LOCAL_FULL (over 128 levels or 1,000,000 entries)
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPDeleteDir(unsigned int connection, const char *name);
 
@@ -293,9 +292,10 @@ BTSDK_EXPORT unsigned int Btsdk_FTPCreateDir(unsigned int connection, const char
 
 /**
  * Ends the get, put or other request that blocks on this connection, from any thread and any callback: it returns
- * within 2.5 s, mostly BTSDK_ER_CANCELLED. This call itself does not wait. Between the registration of a status
- * callback and the get or put that follows it, a cancel is kept for that one: it then returns BTSDK_ER_CANCELLED at
- * once. Registering a callback or null forgets it.
+ * within 2.5 s, mostly BTSDK_ER_CANCELLED. This call itself does not wait.
+ *
+ * Between the registration of a status callback and the get or put that follows it, a cancel is kept for that one: it
+ * then returns BTSDK_ER_CANCELLED at once. Registering a callback or null forgets it.
  * @return BTSDK_OK, also when nothing runs; BTSDK_ER_INVALID_HANDLE, BTSDK_ER_NOT_CONNECTED
  */
 BTSDK_EXPORT unsigned int Btsdk_FTPCancelTransfer(unsigned int connection);

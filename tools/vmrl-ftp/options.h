@@ -15,6 +15,7 @@ enum ExitCode {
     ExitCancelled = 130   /**< by Ctrl-C or SIGTERM */
 };
 
+/** What the command line asks for. */
 struct Options
 {
     bool help = false;

@@ -9,6 +9,7 @@ namespace vmrlftp {
 
 class Interrupt;
 
+/** One entry of a remote folder. */
 struct RemoteEntry
 {
     std::string name;
@@ -31,6 +32,7 @@ public:
 
     unsigned int handle() const { return m_connection; }
 
+    /** Makes a folder, absolute, the current one. @return a result of the library, as of the two below */
     unsigned int enter(const std::string &folder) const;
 
     /** The entries of a folder, which becomes the current one; by name. */

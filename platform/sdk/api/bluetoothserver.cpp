@@ -45,7 +45,7 @@ std::string attribute(unsigned int id, const std::string &content)
 std::string fileTransferRecord(unsigned int channel, unsigned int psm)
 {
     // Attributes of the file transfer profile's record (FTP 1.3, 7.1.1).
-    constexpr unsigned int fileTransfer = 0x1106;
+    constexpr unsigned int fileTransfer = BTSDK_CLS_OBEX_FILE_TRANS;
     std::string protocols = sequence(uuid(0x0100));
     if (channel != 0)
         protocols += sequence(uuid(0x0003) + number("<uint8 value=\"0x%02x\"/>", channel));

@@ -39,7 +39,7 @@ void describe(Library &library, const devices::Known &known, BtSdkShortcutInfo &
         record.bytesReceived = connection->session().bytesReceived();
         record.bytesSent = connection->session().bytesSent();
     }
-    settings::copyUtf8(record.name, sizeof record.name, "File transfer on " + known.data.name);
+    settings::copyUtf8(record.name, sizeof record.name, known.shortcutName());
 }
 
 unsigned int addDevice(const char *name, const char *address, unsigned int port, unsigned int *handle, bool transient)

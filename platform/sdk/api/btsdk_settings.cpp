@@ -2,6 +2,8 @@
 #include "api/results.h"
 #include "settings/settingsfile.h"
 
+#include <cstdio>
+
 // These work without the library's threads: they are called before and after everything else.
 
 namespace {

@@ -7,15 +7,6 @@
 using api::guarded;
 using api::Library;
 
-namespace {
-
-std::string serviceName(const devices::Known &device)
-{
-    return "File transfer on " + device.data.name;
-}
-
-} // namespace
-
 unsigned char Btsdk_IsBluetoothReady(void)
 {
     return guarded<unsigned char>(
@@ -83,7 +74,7 @@ unsigned int Btsdk_GetShortCutProperty(struct BtSdkShortCutProperty *record)
         record->shortcut = shortcut;
         record->serviceClass = BTSDK_CLS_OBEX_FILE_TRANS;
         record->device = known->device;
-        settings::copyUtf8(record->name, sizeof record->name, serviceName(*known));
+        settings::copyUtf8(record->name, sizeof record->name, known->shortcutName());
         return BTSDK_OK;
     });
 }

@@ -37,7 +37,8 @@ public:
     /** Runs an operation. @param transfer  one that reports its progress */
     obex::Outcome run(const Operation &operation, bool transfer);
 
-    /** @return false, and nothing changes, when called from within the callback */
+    /** Sets who hears of transfers; waits until the one before is not running any more.
+     *  @return false, and nothing changes, when called from within the callback */
     bool setStatusCallback(BtsdkStatusCallback callback);
 
     /** Whether the calling thread is within a callback of an operation of this connection, and so cannot wait for the

@@ -14,6 +14,7 @@ unsigned int resultOf(const obex::Outcome &outcome);
 /** The library's result for a dialling that failed. */
 unsigned int resultOfDial(transport::IoStatus status);
 
+/** The library's result for a write to a settings file. */
 unsigned int resultOf(settings::Outcome outcome);
 
 /** A sentence for people; static. */

@@ -16,6 +16,9 @@ struct Known
     std::uint32_t shortcut = 0;
     Source *source = nullptr; /**< lives as long as the catalogue */
     Device data;
+
+    /** The shortcut's display name, for people. */
+    std::string shortcutName() const { return "File transfer on " + data.name; }
 };
 
 /**
@@ -38,6 +41,7 @@ public:
     /** Only before the first of the other calls; one that tells of its changes by itself goes last. */
     void addSource(std::unique_ptr<Source> source);
 
+    /** All devices of this moment, source by source. Asks the sources, as the two below do. */
     std::vector<Known> list();
     std::optional<Known> findDevice(std::uint32_t handle);
     std::optional<Known> findShortcut(std::uint32_t handle);

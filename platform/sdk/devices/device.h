@@ -6,6 +6,7 @@
 
 namespace devices {
 
+/** How a device is reached; the numbers are those of BtsdkDeviceKind. */
 enum class Kind { Network = 1, Bluetooth = 2 };
 
 constexpr std::size_t MaxText = 255; // bytes of a name or address: what a record of the library holds
@@ -13,8 +14,8 @@ constexpr std::size_t MaxText = 255; // bytes of a name or address: what a recor
 /** What a source knows of a device. */
 struct Device
 {
-    std::string id; /**< unchanging, and no other device of the source has it */
-    std::string name;
+    std::string id;      /**< unchanging, and no other device of the source has it */
+    std::string name;    /**< for people */
     std::string address; /**< host name or address, or "AA:BB:CC:DD:EE:FF" */
     std::string adapter; /**< address of the adapter that knows a Bluetooth device, else empty */
     std::uint16_t port = 0;

@@ -23,6 +23,7 @@ public:
     /** Adds a device, or renames the one of this address and port. @return false when there are too many */
     bool add(const Device &device);
 
+    /** @return false when it is not there */
     bool remove(const Device &device);
 
 private:

@@ -1,6 +1,8 @@
 #ifndef OBEX_BYTES_H
 #define OBEX_BYTES_H
 
+#include <QByteArray>
+
 #include <cstddef>
 #include <cstdint>
 
@@ -18,6 +20,12 @@ struct Bytes
     /** The first count bytes. @param count 0 to size */
     Bytes first(std::size_t count) const { return {data, count}; }
 };
+
+/** The bytes of an array, which has to stay. */
+inline Bytes bytesOf(const QByteArray &array)
+{
+    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
+}
 
 /** What came of reading something off a buffer. */
 enum class Parse {

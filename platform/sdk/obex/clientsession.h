@@ -26,6 +26,7 @@ struct Progress
     quint64 done = 0;      /**< bytes, never over size once that is known */
 };
 
+/** How long a session waits, what it offers, and whom it asks and tells. */
 struct ClientOptions
 {
     using Milliseconds = std::chrono::milliseconds;

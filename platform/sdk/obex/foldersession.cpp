@@ -230,8 +230,8 @@ Outcome FolderSession::getFile(const QByteArray &name, const QByteArray &localPa
 /** Fetching many files into one folder, one call each, must not read that folder each time. */
 void FolderSession::tidyOnce(const QByteArray &localPath, const LocalFolder &folder)
 {
-    const QByteArray parent = localPath.left(localPath.lastIndexOf('/'));
-    if (parent != m_tidied)
+    const QByteArray parent = localPath.left(localPath.lastIndexOf('/') + 1);
+    if (m_tidied != parent)
         folder.tidy();
     m_tidied = parent;
 }

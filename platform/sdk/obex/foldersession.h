@@ -82,7 +82,7 @@ private:
     FolderPath m_real;   // the peer's
     FolderPath m_listed; // the one that was listed last; its files whose size no Length header can hold
     QHash<QByteArray, quint64> m_listedSizes;
-    QByteArray m_tidied; // path of the local folder that was tidied last
+    std::optional<QByteArray> m_tidied; // path of the local folder that was tidied last
     std::atomic<quint64> m_received{0};
     std::atomic<quint64> m_sent{0};
     std::chrono::steady_clock::time_point m_lastReport;

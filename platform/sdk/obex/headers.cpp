@@ -94,6 +94,13 @@ bool findHeader(Bytes headers, HeaderId id, Header &header)
     return false;
 }
 
+bool namesFolderBrowsing(Bytes headers, HeaderId id)
+{
+    Header header;
+    return findHeader(headers, id, header) && header.value.size == sizeof FolderBrowsing &&
+           std::memcmp(header.value.data, FolderBrowsing, sizeof FolderBrowsing) == 0;
+}
+
 void PacketWriter::start(std::uint8_t code)
 {
     m_buffer[0] = code;

@@ -96,6 +96,9 @@ bool headersAreSound(Bytes headers);
 /** Finds the first header of that identifier; false as well when a malformed one comes first. */
 bool findHeader(Bytes headers, HeaderId id, Header &header);
 
+/** Whether the first header of that identifier, Target or Who, names folder browsing. */
+bool namesFolderBrowsing(Bytes headers, HeaderId id);
+
 /**
  * Builds one packet in a buffer of the caller's. What does not fit is refused as a whole and leaves the packet as it
  * was, so that it can be sent without.

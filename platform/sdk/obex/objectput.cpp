@@ -49,8 +49,7 @@ Error Requests::startPut(PutState &state, const PutRequest &request)
         (void)writer.addNumber(HeaderId::Length, static_cast<std::uint32_t>(state.source.remaining()));
     const QByteArray time = formatTime(request.modified);
     if (!time.isEmpty())
-        (void)writer.addSequence(HeaderId::Time, {reinterpret_cast<const std::uint8_t *>(time.constData()),
-                                                  static_cast<std::size_t>(time.size())});
+        (void)writer.addSequence(HeaderId::Time, bytesOf(time));
     if (offersSrm() && state.source.remaining() > writer.roomForSequence())
         state.srmOffered = writer.addByte(HeaderId::Srm, SrmEnable);
     return addBody(state, writer);

@@ -3,7 +3,6 @@
 #include "obex/auth.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace obex {
 
@@ -90,14 +89,20 @@ Outcome Requests::exchange(Bytes request, Packet &response, Deadline deadline)
     return error == Error::None ? Outcome() : fail(error);
 }
 
-Outcome Requests::setPath(std::uint8_t flags, const QString &name)
+/** The flags stand before the headers, the Connection Id among them. */
+PacketWriter Requests::startSetPath(std::uint8_t flags)
 {
-    PacketWriter writer = startRequest(Opcode::SetPath);
-    // The flags stand before the headers, the Connection Id among them.
+    PacketWriter writer(m_out[0].data(), m_maxSend);
     writer.begin(Opcode::SetPath);
     (void)writer.addSetPathFields(flags);
     if (m_connectionId)
         (void)writer.addNumber(HeaderId::ConnectionId, *m_connectionId);
+    return writer;
+}
+
+Outcome Requests::setPath(std::uint8_t flags, const QString &name)
+{
+    PacketWriter writer = startSetPath(flags);
     const bool up = (flags & SetPathBackup) != 0;
     if (!up && !writer.addText(HeaderId::Name, name))
         return Error::NameTooLong;
@@ -149,8 +154,7 @@ Outcome Requests::sendConnect(Packet &response, const QByteArray &answer, Deadli
     (void)writer.addConnectFields(static_cast<std::uint16_t>(m_maxReceive));
     (void)writer.addSequence(HeaderId::Target, {FolderBrowsing, sizeof FolderBrowsing});
     if (!answer.isEmpty())
-        (void)writer.addSequence(HeaderId::AuthResponse, {reinterpret_cast<const std::uint8_t *>(answer.constData()),
-                                                          static_cast<std::size_t>(answer.size())});
+        (void)writer.addSequence(HeaderId::AuthResponse, bytesOf(answer));
     return exchange(writer.finish(), response, deadline);
 }
 
@@ -185,11 +189,10 @@ Outcome Requests::acceptConnect(const Packet &response)
     Bytes headers;
     if (readConnectFields(response.body, fields, headers) != Parse::Ok || !headersAreSound(headers))
         return Error::Protocol;
-    Header header;
     // Without Who the peer has taken us to its default service, which does not browse. IrOBEX 1.5, 2.2.7
-    if (!findHeader(headers, HeaderId::Who, header) || header.value.size != sizeof FolderBrowsing ||
-        std::memcmp(header.value.data, FolderBrowsing, sizeof FolderBrowsing) != 0)
+    if (!namesFolderBrowsing(headers, HeaderId::Who))
         return Error::NotSupported;
+    Header header;
     if (findHeader(headers, HeaderId::ConnectionId, header))
         m_connectionId = header.number;
     m_maxSend = std::clamp<std::size_t>(fields.maxPacket, MinPacketSize, m_maxReceive);
@@ -309,11 +312,7 @@ bool Requests::awaitAbortAnswer(Owed owed, Deadline deadline)
 bool Requests::isInStep(Deadline deadline)
 {
     const auto now = Deadline::Clock::now().time_since_epoch().count();
-    PacketWriter writer = startRequest(Opcode::SetPath);
-    writer.begin(Opcode::SetPath);
-    (void)writer.addSetPathFields(SetPathNoCreate);
-    if (m_connectionId)
-        (void)writer.addNumber(HeaderId::ConnectionId, *m_connectionId);
+    PacketWriter writer = startSetPath(SetPathNoCreate);
     (void)writer.addText(HeaderId::Name, QStringLiteral("no folder %1").arg(now, 0, 16));
     if (m_link.send(writer.finish(), deadline) != Error::None)
         return false;

@@ -38,12 +38,14 @@ public:
     virtual Error read(std::uint8_t *data, std::size_t size) = 0;
 };
 
+/** What to fetch. */
 struct GetRequest
 {
-    QString name; /**< null: the current folder itself */
-    const char *type = nullptr;
+    QString name;               /**< null: the current folder itself */
+    const char *type = nullptr; /**< ListingType for a listing; null for a file */
 };
 
+/** Under which name to send, and with which time. */
 struct PutRequest
 {
     QString name;
@@ -91,6 +93,7 @@ private:
     };
 
     PacketWriter startRequest(Opcode opcode, int buffer = 0);
+    PacketWriter startSetPath(std::uint8_t flags);
     Outcome exchange(Bytes request, Packet &response, transport::Deadline deadline);
     Error receive(Packet &response, transport::Deadline deadline);
     void closeLink();

@@ -34,6 +34,7 @@ public:
     virtual void fileReceived(std::uint32_t client, const std::string &folder, const std::string &name) = 0;
 };
 
+/** How a server stands at one moment. */
 struct ServerStatus
 {
     bool running = false;

@@ -20,18 +20,6 @@ std::uint32_t nextConnectionId()
     return id;
 }
 
-Bytes bytesOf(const QByteArray &array)
-{
-    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
-}
-
-bool isForFolderBrowsing(Bytes headers)
-{
-    Header target;
-    return findHeader(headers, HeaderId::Target, target) && target.value.size == sizeof FolderBrowsing &&
-           std::equal(target.value.data, target.value.data + target.value.size, FolderBrowsing);
-}
-
 /** Takes the same time wherever the two differ. */
 bool areEqual(const QByteArray &a, const QByteArray &b)
 {
@@ -52,7 +40,7 @@ void ServerSession::handleConnect(Bytes body)
     dropOperations();
     if (readConnectFields(body, fields, headers) != Parse::Ok || !headersAreSound(headers))
         return answerConnect(ResponseCode::BadRequest);
-    if (!isForFolderBrowsing(headers))
+    if (!namesFolderBrowsing(headers, HeaderId::Target))
         return answerConnect(ResponseCode::ServiceUnavailable);
     const QByteArray proof = proofFor(headers);
     if (m_config.passkey.empty() || authenticate(headers))

@@ -199,8 +199,7 @@ ResponseCode GetOperation::respond(PacketWriter *packet, bool announceSrm)
             (void)packet->addNumber(HeaderId::Length, static_cast<std::uint32_t>(*size));
         const QByteArray time = formatTime(m_source->modified().value_or(NoTime));
         if (!time.isEmpty())
-            (void)packet->addSequence(HeaderId::Time, {reinterpret_cast<const std::uint8_t *>(time.constData()),
-                                                       static_cast<std::size_t>(time.size())});
+            (void)packet->addSequence(HeaderId::Time, bytesOf(time));
     };
     begin(ResponseCode::Continue);
     const std::size_t room = packet->roomForSequence();

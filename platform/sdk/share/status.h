@@ -7,6 +7,7 @@
 
 namespace share {
 
+/** How an operation ended; unless it is Ok nothing has changed. */
 enum class Status {
     Ok,
     BadName,   ///< empty, ".", "..", over 255 bytes, or holding "/" or NUL
@@ -18,6 +19,7 @@ enum class Status {
     Failed     ///< the file system failed in another way
 };
 
+/** What clients may do. */
 enum class Access { Writable, ReadOnly };
 
 /** What the errno of a failed read means for the share. */

@@ -15,6 +15,7 @@ IoStatus statusOf(Wait wait);
 class SocketStream : public Stream
 {
 public:
+    /** What the kind of link allows: see the functions of Stream that answer with it. */
     struct Traits
     {
         std::size_t maxPacket = 65535;

@@ -10,6 +10,7 @@
 
 namespace transport {
 
+/** How a read, a write or a wait ended. */
 enum class IoStatus {
     Ok,
     Closed,   /**< the peer ended the stream, or close() was called */
@@ -18,6 +19,7 @@ enum class IoStatus {
     Failed    /**< the system reported an error; the stream is of no further use */
 };
 
+/** What a read or a write has moved. */
 struct IoResult
 {
     IoStatus status = IoStatus::Ok;
@@ -95,6 +97,7 @@ class Listener
 public:
     virtual ~Listener() = default;
 
+    /** Waits for a caller. Failed means that no caller can be taken now, out of descriptors say: try again later. */
     virtual Dialled accept(Deadline deadline) = 0;
 
     /** Makes accept() return Closed, now and from now on. */

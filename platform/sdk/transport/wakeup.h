@@ -37,6 +37,7 @@ private:
     Descriptor m_event;
 };
 
+/** What ended a waitFor(). */
 enum class Wait { Ready, TimedOut, Woken, Failed };
 
 /** Waits until fd shows one of events (or an error, which the next call on fd will tell), the wake-up is set, or the

@@ -16,19 +16,13 @@ std::unique_ptr<transport::Stream> streamOver(int socket)
                                                      "peer");
 }
 
-const std::uint8_t *bytesOf(const QByteArray &bytes)
-{
-    return reinterpret_cast<const std::uint8_t *>(bytes.constData());
-}
-
 } // namespace
 
 QByteArray PeerEnd::request()
 {
     for (;;) {
-        const auto size = static_cast<std::size_t>(m_pending.size());
         Packet packet;
-        if (readPacket({bytesOf(m_pending), size}, MaxPacketSize, packet) == Parse::Ok) {
+        if (readPacket(bytesOf(m_pending), MaxPacketSize, packet) == Parse::Ok) {
             const QByteArray request = m_pending.left(static_cast<int>(packet.size));
             m_pending.remove(0, static_cast<int>(packet.size));
             const std::lock_guard<std::mutex> lock(m_mutex);
@@ -46,7 +40,7 @@ QByteArray PeerEnd::request()
 void PeerEnd::send(const QByteArray &bytes)
 {
     // A client that has gone meanwhile is what many scripts are about.
-    (void)m_stream.write(bytesOf(bytes), static_cast<std::size_t>(bytes.size()), Deadline::after(LongEnough));
+    (void)m_stream.write(bytesOf(bytes).data, bytesOf(bytes).size, Deadline::after(LongEnough));
 }
 
 void PeerEnd::stayAway()
@@ -121,7 +115,7 @@ QByteArray connectedAs(const QByteArray &who)
         writer.addConnectFields(65535);
         writer.addNumber(HeaderId::ConnectionId, 7);
         if (!who.isNull())
-            writer.addSequence(HeaderId::Who, {bytesOf(who), static_cast<std::size_t>(who.size())});
+            writer.addSequence(HeaderId::Who, bytesOf(who));
     });
 }
 
@@ -130,8 +124,7 @@ QByteArray body(ResponseCode code, const QByteArray &bytes, const Headers &heade
     return packet(code, [&](PacketWriter &writer) {
         if (headers)
             headers(writer);
-        writer.addSequence(code == ResponseCode::Continue ? HeaderId::Body : HeaderId::EndOfBody,
-                           {bytesOf(bytes), static_cast<std::size_t>(bytes.size())});
+        writer.addSequence(code == ResponseCode::Continue ? HeaderId::Body : HeaderId::EndOfBody, bytesOf(bytes));
     });
 }
 
@@ -146,7 +139,7 @@ void acceptConnect(PeerEnd &peer, std::uint16_t maxPacket)
 bool carries(const QByteArray &packet, HeaderId id)
 {
     Packet parsed;
-    if (readPacket({bytesOf(packet), static_cast<std::size_t>(packet.size())}, MaxPacketSize, parsed) != Parse::Ok)
+    if (readPacket(bytesOf(packet), MaxPacketSize, parsed) != Parse::Ok)
         return false;
     Header header;
     return findHeader(parsed.body, id, header);

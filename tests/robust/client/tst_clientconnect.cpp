@@ -189,8 +189,7 @@ void challenge(PeerEnd &peer)
     const QByteArray header = makeChallenge(Nonce);
     peer.send(reply::packet(ResponseCode::Unauthorized, [&](PacketWriter &writer) {
         writer.addConnectFields(65535);
-        writer.addSequence(HeaderId::AuthChallenge, {reinterpret_cast<const std::uint8_t *>(header.constData()),
-                                                     static_cast<std::size_t>(header.size())});
+        writer.addSequence(HeaderId::AuthChallenge, bytesOf(header));
     }));
 }
 

@@ -25,9 +25,7 @@ QByteArray listing(const QByteArray &entries)
 Packet parsed(const QByteArray &packet)
 {
     Packet result;
-    (void)readPacket(
-        {reinterpret_cast<const std::uint8_t *>(packet.constData()), static_cast<std::size_t>(packet.size())},
-        MaxPacketSize, result);
+    (void)readPacket(bytesOf(packet), MaxPacketSize, result);
     return result;
 }
 

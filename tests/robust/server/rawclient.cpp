@@ -12,14 +12,11 @@
 #include <unistd.h>
 #include <utility>
 
+using obex::bytesOf;
+
 namespace {
 
 constexpr int Patience = 15000; // milliseconds, for anything that a server has to do at once
-
-obex::Bytes bytesOf(const QByteArray &array)
-{
-    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
-}
 
 obex::Header find(const QByteArray &headers, HeaderId id, bool *found)
 {

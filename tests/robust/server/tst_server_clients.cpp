@@ -8,12 +8,9 @@
 
 using namespace std::chrono_literals;
 
-namespace {
+using obex::bytesOf;
 
-obex::Bytes bytesOf(const QByteArray &array)
-{
-    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
-}
+namespace {
 
 /** Begins a put and leaves it at that. */
 Reply beginPut(RawClient &client, const char *name)

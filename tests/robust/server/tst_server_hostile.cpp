@@ -8,12 +8,9 @@
 #include <sys/un.h>
 #include <thread>
 
-namespace {
+using obex::bytesOf;
 
-obex::Bytes bytesOf(const QByteArray &array)
-{
-    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
-}
+namespace {
 
 bool isRefusal(const Reply &reply)
 {

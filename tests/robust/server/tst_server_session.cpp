@@ -5,12 +5,9 @@
 
 #include <fcntl.h>
 
-namespace {
+using obex::bytesOf;
 
-obex::Bytes bytesOf(const QByteArray &array)
-{
-    return {reinterpret_cast<const std::uint8_t *>(array.constData()), static_cast<std::size_t>(array.size())};
-}
+namespace {
 
 /** Bytes that differ from place to place, so that a piece in the wrong place shows. */
 QByteArray pattern(int size)

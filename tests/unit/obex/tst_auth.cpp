@@ -6,11 +6,6 @@ using namespace obex;
 
 namespace {
 
-Bytes bytesOf(const QByteArray &bytes)
-{
-    return {reinterpret_cast<const std::uint8_t *>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
-}
-
 const QByteArray Nonce("0123456789abcdef");
 
 } // namespace

@@ -9,11 +9,6 @@ using namespace obex;
 
 namespace {
 
-Bytes bytesOf(const QByteArray &bytes)
-{
-    return {reinterpret_cast<const std::uint8_t *>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
-}
-
 QByteArray hex(const char *text)
 {
     return QByteArray::fromHex(text);

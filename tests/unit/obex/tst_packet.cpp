@@ -6,15 +6,6 @@ using namespace obex;
 
 Q_DECLARE_METATYPE(obex::Parse)
 
-namespace {
-
-Bytes bytesOf(const QByteArray &bytes)
-{
-    return {reinterpret_cast<const std::uint8_t *>(bytes.constData()), static_cast<std::size_t>(bytes.size())};
-}
-
-} // namespace
-
 class TestPacket : public QObject
 {
     Q_OBJECT

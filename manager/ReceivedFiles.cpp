@@ -17,6 +17,7 @@ namespace manager {
 namespace {
 
 constexpr qint64 largestStorage = 4 << 20;
+constexpr int savingDelay = 250; // milliseconds
 
 QVector<ReceivedFile> parse(const QByteArray &bytes, bool *readable)
 {
@@ -72,6 +73,22 @@ ReceivedFiles::ReceivedFiles(QString storage, QObject *parent)
     : QAbstractTableModel(parent), m_storage(std::move(storage))
 {
     load();
+    m_saving.setSingleShot(true);
+    m_saving.setInterval(savingDelay);
+    connect(&m_saving, &QTimer::timeout, this, &ReceivedFiles::save);
+}
+
+ReceivedFiles::~ReceivedFiles()
+{
+    blockSignals(true); // whoever would be told may be going as well
+    if (m_saving.isActive())
+        save();
+}
+
+void ReceivedFiles::saveSoon()
+{
+    if (!m_saving.isActive())
+        m_saving.start();
 }
 
 void ReceivedFiles::load()
@@ -116,7 +133,7 @@ void ReceivedFiles::add(const ReceivedFile &file)
     beginInsertRows({}, 0, 0);
     m_files.prepend(file);
     endInsertRows();
-    save();
+    saveSoon();
 }
 
 void ReceivedFiles::remove(int row)
@@ -124,7 +141,7 @@ void ReceivedFiles::remove(int row)
     beginRemoveRows({}, row, row);
     m_files.removeAt(row);
     endRemoveRows();
-    save();
+    saveSoon();
 }
 
 void ReceivedFiles::clear()
@@ -132,7 +149,7 @@ void ReceivedFiles::clear()
     beginResetModel();
     m_files.clear();
     endResetModel();
-    save();
+    saveSoon();
 }
 
 int ReceivedFiles::rowCount(const QModelIndex &parent) const

@@ -3,6 +3,7 @@
 
 #include <QAbstractTableModel>
 #include <QDateTime>
+#include <QTimer>
 #include <QVector>
 
 namespace manager {
@@ -24,7 +25,10 @@ QString receivedPath(const ReceivedFile &file);
 /** Whether opening the file would run it, or is likely to. */
 bool isProgram(const QString &path);
 
-/** The received files, the newest first, kept in a file of the user's data folder. */
+/**
+ * The received files, the newest first, kept in a file of the user's data folder. What has changed is saved a moment
+ * later, and at the end: a folder of a thousand files that arrives is not a thousand writes to the disk.
+ */
 class ReceivedFiles : public QAbstractTableModel
 {
     Q_OBJECT
@@ -36,8 +40,9 @@ public:
 
     /** @param storage  path of the file; a file that cannot be read is kept beside it, with the suffix ".unreadable" */
     explicit ReceivedFiles(QString storage, QObject *parent = nullptr);
+    ~ReceivedFiles() override;
 
-    /** Puts a file at the top and saves. A file that is received again moves to the top. */
+    /** Puts a file at the top. A file that is received again moves to the top. */
     void add(const ReceivedFile &file);
     void remove(int row);
     void clear();
@@ -55,10 +60,12 @@ signals:
 
 private:
     void load();
+    void saveSoon();
     void save();
 
     QString m_storage;
     QVector<ReceivedFile> m_files;
+    QTimer m_saving;
 };
 
 } // namespace manager

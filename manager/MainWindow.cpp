@@ -81,7 +81,7 @@ void MainWindow::makeMenus()
                                   &MainWindow::addDeviceRequested, QKeySequence::New);
     file->addSeparator();
     file->addAction(QIcon::fromTheme(QStringLiteral("application-exit")), tr("&Quit"), this, &QWidget::close,
-                    QKeySequence(Qt::CTRL | Qt::Key_Q));
+                    QKeySequence(QStringLiteral("Ctrl+Q")));
 
     QMenu *selected = menuBar()->addMenu(tr("&Selected"));
     selected->setObjectName(QStringLiteral("selectedMenu"));

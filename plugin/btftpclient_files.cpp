@@ -169,8 +169,7 @@ void BtFtpClient::commitRename()
 /** Says why a rename was refused and gives the row its name back. */
 void BtFtpClient::refuseRename(const QString &text)
 {
-    refuseEdit(tr("Rename Fail"), text,
-               [this, oldName = m_strOldName](QTreeWidgetItem *row) { row->setText(0, oldName); });
+    refuseEdit(tr("Rename Fail"), text, [oldName = m_strOldName](QTreeWidgetItem *row) { row->setText(0, oldName); });
 }
 
 /**

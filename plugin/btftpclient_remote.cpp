@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr QLatin1String s_root("/");
+constexpr QLatin1String s_root("/", 1);
 
 /** Whether the window that m_pBrowsingClient names is still there; without it, an SDK that calls late finds nobody. */
 std::atomic<bool> s_browsingClientLives{false};

@@ -2,7 +2,7 @@
 
 namespace {
 constexpr QLatin1Char s_separator('/');
-constexpr QLatin1String s_root("/");
+constexpr QLatin1String s_root("/", 1); // with its size: not every compiler counts at compile time
 } // namespace
 
 QString remotepath::parent(const QString &path)

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef SETTINGS_DOCUMENT_H
+#define SETTINGS_DOCUMENT_H
 
 #include <memory>
 #include <optional>
@@ -55,3 +56,5 @@ private:
 };
 
 } // namespace settings
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef SETTINGS_LOCATION_H
+#define SETTINGS_LOCATION_H
 
 #include <string>
 
@@ -11,3 +12,5 @@ std::string defaultPath();
 std::string dataFolder();
 
 } // namespace settings
+
+#endif

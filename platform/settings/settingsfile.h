@@ -1,4 +1,5 @@
-#pragma once
+#ifndef SETTINGS_SETTINGSFILE_H
+#define SETTINGS_SETTINGSFILE_H
 
 #include "settings/document.h"
 
@@ -52,3 +53,5 @@ private:
 int toInt(const std::string &text, int fallback);
 
 } // namespace settings
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef SETTINGS_UTF8_H
+#define SETTINGS_UTF8_H
 
 #include <cstddef>
 #include <string_view>
@@ -16,3 +17,5 @@ std::string_view cutUtf8(std::string_view text, std::size_t limit);
 std::size_t copyUtf8(char *buffer, std::size_t size, std::string_view text);
 
 } // namespace settings
+
+#endif

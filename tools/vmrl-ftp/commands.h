@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_COMMANDS_H
+#define VMRLFTP_COMMANDS_H
 
 #include "vmrl-ftp/options.h"
 
@@ -17,3 +18,5 @@ struct Outcome
 Outcome runCommand(const Options &options, const Remote &remote);
 
 } // namespace vmrlftp
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_INTERRUPT_H
+#define VMRLFTP_INTERRUPT_H
 
 #include <atomic>
 #include <thread>
@@ -35,3 +36,5 @@ private:
 };
 
 } // namespace vmrlftp
+
+#endif

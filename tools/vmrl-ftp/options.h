@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_OPTIONS_H
+#define VMRLFTP_OPTIONS_H
 
 #include <optional>
 #include <string>
@@ -36,3 +37,5 @@ std::optional<Options> parseOptions(const std::vector<std::string> &words, std::
 const char *helpText();
 
 } // namespace vmrlftp
+
+#endif

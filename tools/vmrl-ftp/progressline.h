@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_PROGRESSLINE_H
+#define VMRLFTP_PROGRESSLINE_H
 
 #include <chrono>
 #include <cstdint>
@@ -33,3 +34,5 @@ private:
 };
 
 } // namespace vmrlftp
+
+#endif

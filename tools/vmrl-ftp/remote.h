@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_REMOTE_H
+#define VMRLFTP_REMOTE_H
 
 #include "vmrl-ftp/options.h"
 
@@ -50,3 +51,5 @@ private:
 };
 
 } // namespace vmrlftp
+
+#endif

@@ -1,4 +1,5 @@
-#pragma once
+#ifndef VMRLFTP_REMOTEPATH_H
+#define VMRLFTP_REMOTEPATH_H
 
 #include <string>
 
@@ -23,3 +24,5 @@ RemotePath parseRemote(const std::string &text);
 std::string baseName(const std::string &path);
 
 } // namespace vmrlftp
+
+#endif

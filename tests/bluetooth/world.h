@@ -1,4 +1,5 @@
-#pragma once
+#ifndef TESTS_WORLD_H
+#define TESTS_WORLD_H
 
 #include "btsdk_host.h"
 
@@ -34,3 +35,5 @@ QByteArray link();
 void set(const char *section, const char *key, const char *value);
 
 } // namespace world
+
+#endif

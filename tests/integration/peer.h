@@ -1,4 +1,5 @@
-#pragma once
+#ifndef TESTS_PEER_H
+#define TESTS_PEER_H
 
 #include "btsdk_host.h"
 
@@ -134,3 +135,5 @@ private:
     const QByteArray m_old;
     bool m_existed = false;
 };
+
+#endif

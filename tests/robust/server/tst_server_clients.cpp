@@ -160,9 +160,9 @@ void TestServerClients::clientThatReadsNothing_isDropped()
 void TestServerClients::idleClient_betweenRequests_stays()
 {
     ServedFolder served(
-        [](obex::ServerConfig &config) { config.connectTime = config.packetTime = config.transferTime = 200ms; });
+        [](obex::ServerConfig &config) { config.connectTime = config.packetTime = config.transferTime = 700ms; });
     RawClient client = served.client();
-    QVERIFY(!client.isReadable(1000));
+    QVERIFY(!client.isReadable(2000));
     COMPARE_REPLY(client.getFile(QStringLiteral("file.txt")), ResponseCode::Success);
 }
 

@@ -105,6 +105,7 @@ void Manager::connectParts()
     connect(&m_events, &SdkEvents::changed, this, &Manager::refresh);
     connect(&m_events, &SdkEvents::connected, this, [this](unsigned int shortcut) {
         m_connectedTo[shortcut] = deviceNameOfShortcut(shortcut);
+        m_window->notices()->remove(m_troubles.take(shortcut));
         m_window->statusBar()->showMessage(tr("Connected to %1.").arg(m_connectedTo[shortcut]));
     });
     connect(&m_events, &SdkEvents::disconnected, this, &Manager::connectionEnded);
@@ -245,14 +246,23 @@ void Manager::connectionEnded(unsigned int shortcut, unsigned int result)
     if (result == BTSDK_OK)
         m_window->statusBar()->showMessage(tr("Disconnected from %1.").arg(device));
     else
-        warn(tr("The connection to %1 was lost. %2").arg(device, whyLost(result)));
+        warnOfShortcut(shortcut, tr("The connection to %1 was lost. %2").arg(device, whyLost(result)));
     m_profiles.connectionEnded(shortcut, serviceClassOf(shortcut));
 }
 
 void Manager::connectFailed(unsigned int shortcut, unsigned int result)
 {
-    if (result != BTSDK_ER_CANCELLED)
-        warn(tr("Connecting to %1 failed. %2").arg(deviceNameOfShortcut(shortcut), resultSentence(result)));
+    if (result == BTSDK_ER_CANCELLED)
+        return;
+    const QString device = deviceNameOfShortcut(shortcut);
+    warnOfShortcut(shortcut, tr("Connecting to %1 failed. %2").arg(device, resultSentence(result)));
+}
+
+void Manager::warnOfShortcut(unsigned int shortcut, const QString &sentence)
+{
+    m_window->notices()->remove(m_troubles.value(shortcut));
+    m_troubles[shortcut] = sentence;
+    warn(sentence);
 }
 
 void Manager::warn(const QString &sentence)

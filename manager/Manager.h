@@ -64,6 +64,8 @@ private:
     void fileReceived(const QString &folder, const QString &name);
     void connectionEnded(unsigned int shortcut, unsigned int result);
     void connectFailed(unsigned int shortcut, unsigned int result);
+    /** Says what became of a connection; the sentence goes when the shortcut is connected again. */
+    void warnOfShortcut(unsigned int shortcut, const QString &sentence);
     void warn(const QString &sentence);
     std::optional<QString> askPasskey(unsigned int device);
     /** @return "once", "always" or "never"; nothing: not this time */
@@ -81,6 +83,7 @@ private:
     std::unique_ptr<MainWindow> m_window;
     std::unique_ptr<QSystemTrayIcon> m_tray;
     QHash<unsigned int, QString> m_connectedTo; ///< by shortcut: names that outlive their devices
+    QHash<unsigned int, QString> m_troubles;    ///< by shortcut: the last sentence about its connection
     QSet<unsigned int> m_dead;                  ///< shortcuts whose device died before its connection was missed
     unsigned int m_demoHandle = 0;
     bool m_refreshQueued = false;

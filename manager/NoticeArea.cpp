@@ -69,12 +69,6 @@ void NoticeArea::add(Kind kind, const QString &text, const QVector<Button> &butt
     label->setText(text);
     row->addWidget(label, 1);
 
-    const auto dismiss = [this, frame] {
-        m_layout->removeWidget(frame);
-        frame->setObjectName(QString());
-        frame->deleteLater();
-        setVisible(m_layout->count() > 0);
-    };
     for (const Button &button : buttons) {
         auto *push = new QPushButton(button.text, frame);
         connect(push, &QPushButton::clicked, this, [action = button.action] { action(); });
@@ -86,21 +80,33 @@ void NoticeArea::add(Kind kind, const QString &text, const QVector<Button> &butt
     close->setAutoRaise(true);
     close->setToolTip(tr("Close this message"));
     close->setAccessibleName(close->toolTip());
-    connect(close, &QToolButton::clicked, this, dismiss);
+    connect(close, &QToolButton::clicked, frame, [this, frame] { dismiss(frame); });
     row->addWidget(close, 0, Qt::AlignTop);
 
     m_layout->addWidget(frame);
     if (seconds > 0)
-        QTimer::singleShot(seconds * 1000, frame, dismiss);
-    while (m_layout->count() > most) {
-        QWidget *oldest = m_layout->itemAt(0)->widget();
-        m_layout->removeWidget(oldest);
-        oldest->hide();
-        oldest->deleteLater();
-    }
+        QTimer::singleShot(seconds * 1000, frame, [this, frame] { dismiss(frame); });
+    while (m_layout->count() > most)
+        dismiss(m_layout->itemAt(0)->widget());
     setVisible(true);
     QAccessibleEvent alert(frame, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
+}
+
+void NoticeArea::dismiss(QWidget *frame)
+{
+    m_layout->removeWidget(frame);
+    frame->hide();
+    frame->setObjectName(QString());
+    frame->deleteLater(); // one of its buttons may be at work
+    setVisible(m_layout->count() > 0);
+}
+
+void NoticeArea::remove(const QString &text)
+{
+    const int index = texts().indexOf(text);
+    if (index >= 0)
+        dismiss(m_layout->itemAt(index)->widget());
 }
 
 QStringList NoticeArea::texts() const

@@ -36,10 +36,15 @@ public:
      */
     void add(Kind kind, const QString &text, const QVector<Button> &buttons = {}, int seconds = 0);
 
+    /** Takes away a sentence that is not true any more, if it is shown. */
+    void remove(const QString &text);
+
     /** The sentences that are shown now, the newest last. */
     QStringList texts() const;
 
 private:
+    void dismiss(QWidget *frame);
+
     QVBoxLayout *m_layout;
 };
 

@@ -249,6 +249,7 @@ void Guests::passkey_right_opensTheDevice()
     answerBoxWith(QStringLiteral("2 4 6 8 Return"));
     QVERIFY(refresh());
     QTRY_VERIFY(remoteRow("Welcome.txt"));
+    QTRY_VERIFY(!sentences().contains(noPasskey));
 }
 
 QStringList Guests::statusLines()

@@ -29,6 +29,7 @@ private slots:
     void notice_shownAlready_isNotRepeated();
     void notices_moreThanFit_theOldestGoes();
     void notice_closed_leavesTheOthers();
+    void notice_notTrueAnyMore_isTakenAway();
 
 private:
     static std::future<std::optional<QString>> askAside(PasskeyBroker &broker)
@@ -146,6 +147,18 @@ void ManagerAsking::notice_closed_leavesTheOthers()
     QCOMPARE(area.texts(), QStringList(QStringLiteral("b")));
     QVERIFY(!area.isHidden());
     area.findChildren<QToolButton *>().last()->click();
+    QVERIFY(area.isHidden());
+}
+
+void ManagerAsking::notice_notTrueAnyMore_isTakenAway()
+{
+    NoticeArea area;
+    area.add(NoticeArea::Kind::Warning, QStringLiteral("a"));
+    area.add(NoticeArea::Kind::Warning, QStringLiteral("b"));
+    area.remove(QStringLiteral("c"));
+    area.remove(QStringLiteral("a"));
+    QCOMPARE(area.texts(), QStringList(QStringLiteral("b")));
+    area.remove(QStringLiteral("b"));
     QVERIFY(area.isHidden());
 }
 

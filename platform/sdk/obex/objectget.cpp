@@ -63,8 +63,7 @@ Outcome Requests::takeGetAnswer(GetState &state, const Packet &response)
     if (state.first)
         state.srm = state.srmOffered && headers.srm && more;
     // Only bytes are progress: a peer that sends headers, or nothing but "wait", does not put off the end.
-    if (state.first || headers.bodyBytes > 0)
-        state.deadline = Deadline::after(m_options.transferTimeout);
+    const bool progress = state.first || headers.bodyBytes > 0;
     state.finished = !more;
     state.owed = state.srm ? Owed::Stream : Owed::Nothing;
 
@@ -87,6 +86,10 @@ Outcome Requests::takeGetAnswer(GetState &state, const Packet &response)
         error = writeBodies(response.body, state.sink);
     if (error != Error::None)
         return more ? endEarly(state.owed, error) : Outcome(error);
+    if (progress)
+        state.deadline = Deadline::after(m_options.transferTimeout);
+    else if (more && state.deadline.passed()) // packets that are there already are taken without a wait
+        return fail(Error::TimedOut);
     return {};
 }
 

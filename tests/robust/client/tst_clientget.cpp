@@ -113,6 +113,17 @@ void TestClientGet::get_peerMisbehaves_namesTheErrorAndKeepsTheOldFile_data()
             while (!peer.request().isEmpty() && timer.elapsed() < 3000);
         }) << Error::TimedOut;
     };
+    QTest::newRow("streams headers without bytes for ever") << ScriptedPeer::Script([](PeerEnd &peer) {
+        peer.send(reply::packet(ResponseCode::Continue,
+                                [](PacketWriter &writer) { writer.addByte(HeaderId::Srm, SrmEnable); }));
+        const QByteArray packet = reply::packet(
+            ResponseCode::Continue, [](PacketWriter &writer) { writer.addText(HeaderId::Description, "soon"); });
+        const QByteArray many = packet.repeated(4000); // so that the client never has to wait for the next
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 2000)
+            peer.send(many);
+    }) << Error::TimedOut;
     repeating("says wait for ever", reply::packet(ResponseCode::Continue));
     repeating("sends empty bodies for ever", reply::body(ResponseCode::Continue, {}));
     repeating("sends headers without bytes for ever", reply::packet(ResponseCode::Continue, [](PacketWriter &writer) {

@@ -524,7 +524,7 @@ void TestPromises::passkeyCallback_unsetWhileItRuns_waitsForItsEnd()
     QCOMPARE(Btsdk_HostSetPasskeyCallback(OpenQuestion::ask, &question), 0u);
     Client client(m_device->port());
     std::thread connecting([&] { (void)client.connect(); });
-    const bool asked = QTest::qWaitFor([&] { return question.asked.load(); });
+    const bool asked = QTest::qWaitFor([&] { return question.asked.load(); }, 20000);
     std::atomic<bool> unset{false};
     bool endedBefore = false;
     std::thread unsetting([&] {

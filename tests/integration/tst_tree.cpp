@@ -85,7 +85,8 @@ void makeTree(const fs::path &root)
             file += std::to_string(number);
         const std::uint64_t size = randomSize(random, left);
         left -= size;
-        QVERIFY(writeFile(QString::fromStdString(file.string()), static_cast<qint64>(size), number + 1u));
+        QVERIFY(writeFile(QString::fromStdString(file.string()), static_cast<qint64>(size),
+                          static_cast<quint32>(number) + 1));
         const std::int64_t time = 315532800 + static_cast<std::int64_t>(random() % 1'450'000'000);
         const timespec times[2] = {{time, 0}, {time, 0}};
         QCOMPARE(::utimensat(AT_FDCWD, file.c_str(), times, 0), 0);

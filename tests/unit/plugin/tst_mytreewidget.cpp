@@ -22,7 +22,6 @@ struct OpenTree : MyTreeWidget
     using MyTreeWidget::mimeTypes;
     using MyTreeWidget::sizeHintForColumn;
     using MyTreeWidget::supportedDropActions;
-    using QTreeWidget::mimeTypes;
 };
 
 struct OpenBase : QTreeWidget

@@ -70,6 +70,9 @@ private slots:
     void progress_reportsFirstAndLastOfEachFile();
 
 private:
+    /** The link ends when the script does: the old file stays, and nothing else. */
+    void getFromAPeerThatLeaves(const ScriptedPeer::Script &serve);
+
     QString target() const { return m_folder->filePath("target"); }
     QByteArray targetPath() const { return target().toUtf8(); }
 
@@ -162,21 +165,25 @@ void TestClientGet::get_peerMisbehaves_namesTheErrorAndKeepsTheOldFile()
     QCOMPARE(contents(target()).size(), Pieces * PieceSize);
 }
 
+void TestClientGet::getFromAPeerThatLeaves(const ScriptedPeer::Script &serve)
+{
+    write(target(), "old");
+    ScriptedPeer peer([&](PeerEnd &end) {
+        acceptConnect(end);
+        serve(end);
+    });
+    ClientSession session(peer.takeStream(), patient());
+    QVERIFY(session.connect().ok());
+    QCOMPARE(session.getFile("name", targetPath()).error, Error::LinkLost);
+    QVERIFY(!session.isConnected());
+    QCOMPARE(contents(target()), QByteArray("old"));
+    QCOMPARE(everythingIn(m_folder->path()), QStringList{"target"});
+}
+
 void TestClientGet::get_peerClosesAtEachPacket_keepsTheOldFileAndLeavesNoLitter()
 {
-    for (int closeBefore = 0; closeBefore < Pieces; ++closeBefore) {
-        write(target(), "old");
-        ScriptedPeer peer([&](PeerEnd &end) {
-            acceptConnect(end);
-            serveGet(end, closeBefore);
-        });
-        ClientSession session(peer.takeStream(), patient());
-        QVERIFY(session.connect().ok());
-        QCOMPARE(session.getFile("name", targetPath()).error, Error::LinkLost);
-        QVERIFY(!session.isConnected());
-        QCOMPARE(contents(target()), QByteArray("old"));
-        QCOMPARE(everythingIn(m_folder->path()), QStringList{"target"});
-    }
+    for (int closeBefore = 0; closeBefore < Pieces; ++closeBefore)
+        getFromAPeerThatLeaves([&](PeerEnd &end) { serveGet(end, closeBefore); });
 }
 
 namespace {
@@ -197,18 +204,8 @@ void streamGet(PeerEnd &peer, int packets)
 
 void TestClientGet::get_streamClosesAtEachPacket_keepsTheOldFileAndLeavesNoLitter()
 {
-    for (int packets = 0; packets < Pieces; ++packets) {
-        write(target(), "old");
-        ScriptedPeer peer([&](PeerEnd &end) {
-            acceptConnect(end);
-            streamGet(end, packets);
-        });
-        ClientSession session(peer.takeStream(), patient());
-        QVERIFY(session.connect().ok());
-        QCOMPARE(session.getFile("name", targetPath()).error, Error::LinkLost);
-        QCOMPARE(contents(target()), QByteArray("old"));
-        QCOMPARE(everythingIn(m_folder->path()), QStringList{"target"});
-    }
+    for (int packets = 0; packets < Pieces; ++packets)
+        getFromAPeerThatLeaves([&](PeerEnd &end) { streamGet(end, packets); });
 }
 
 void TestClientGet::get_complete_replacesTheOldFileAndKeepsItsMode()

@@ -52,6 +52,7 @@ private slots:
     void secure_userAllowsOnce_isAskedAgain();
     void secure_userAllowsAlways_isNotAskedAgain();
     void secure_userSaysNever_isNotAskedAgain();
+    void secure_trustedByBluez_isNotAsked();
     void secure_nobodyToAsk_refuses();
 
 private:
@@ -274,6 +275,16 @@ void TestBluetoothServer::secure_userSaysNever_isNotAskedAgain()
     start(BTSDK_ACCESS_WRITABLE, true);
     tryEnter(BTSDK_AUTHORIZE_NEVER, false, 1);
     tryEnter(BTSDK_AUTHORIZE_ALWAYS, false, 0);
+}
+
+void TestBluetoothServer::secure_trustedByBluez_isNotAsked()
+{
+    QCOMPARE(Btsdk_HostSetAuthorizeCallback(User::decide, nullptr), 0U);
+    start(BTSDK_ACCESS_WRITABLE, true);
+    QCOMPARE(world::bluez({"trust", world::ours(), world::theirs(), "yes"}), 0);
+    tryEnter(BTSDK_AUTHORIZE_REFUSE, true, 0);
+    QCOMPARE(world::bluez({"trust", world::ours(), world::theirs(), "no"}), 0);
+    tryEnter(BTSDK_AUTHORIZE_REFUSE, false, 1);
 }
 
 void TestBluetoothServer::secure_nobodyToAsk_refuses()

@@ -1,5 +1,4 @@
-# Everything, in the layout of one kernel: this computer and the other one share the kernel and BlueZ, and differ by
-# their adapters.
+# All the tests, or those that TESTS names, in either layout.
 . /given/world.sh
 pair_both
 # What both computers have to see.

@@ -8,8 +8,8 @@
 #include <cstdio>
 
 /**
- * Moves a file of 1 MB over one connection, and prints the milliseconds of each call: "get 812", "put 790".
- *   speed rfcomm|l2cap LOCAL-FILE REMOTE-FILE
+ * Moves a file of 1 MB over one connection, and prints the milliseconds of each call: "l2cap get 812", "l2cap put 790".
+ *   bench_bluetooth rfcomm|l2cap LOCAL-FILE REMOTE-FILE
  */
 int main(int argc, char *argv[])
 {

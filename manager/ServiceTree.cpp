@@ -126,9 +126,16 @@ void ServiceTree::showCatalogue(const Catalogue &catalogue)
     if (nothingChosen && !catalogue.devices.empty()) {
         QTreeWidgetItem *device = m_devices->child(0);
         setCurrentItem(device->childCount() > 0 ? device->child(0) : device);
-        resizeColumnToContents(0);
-        setColumnWidth(0, columnWidth(0) + fontMetrics().averageCharWidth() * 3);
     }
+    makeRoomForNames(catalogue.devices.size() + catalogue.servers.size());
+}
+
+/** Only when rows have come: at other times the width is the user's. */
+void ServiceTree::makeRoomForNames(std::size_t rows)
+{
+    if (rows > m_rows)
+        setColumnWidth(0, qMax(columnWidth(0), sizeHintForColumn(0) + fontMetrics().averageCharWidth() * 3));
+    m_rows = rows;
 }
 
 void ServiceTree::showDevice(int index, const BtSdkDeviceInfo &device, const Catalogue &catalogue)

@@ -53,9 +53,11 @@ private:
     void showDevice(int index, const BtSdkDeviceInfo &device, const Catalogue &catalogue);
     void showServer(int index, const BtSdkServerInfo &server);
     void showEmpty(QTreeWidgetItem *group, const QString &sentence);
+    void makeRoomForNames(std::size_t rows);
 
     QTreeWidgetItem *m_devices;
     QTreeWidgetItem *m_servers;
+    std::size_t m_rows = 0; ///< devices and servers
     std::function<QString(const RowTarget &)> m_tipSource;
 };
 

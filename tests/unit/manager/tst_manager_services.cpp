@@ -75,6 +75,7 @@ private slots:
     void resultSentence_ofEveryResult_isASentence();
     void tree_ofTwoDevices_showsThemWithTheirServices();
     void tree_ofNothing_saysWhatToDo();
+    void tree_ofTheLocalServiceAlone_hasRoomForItsName();
     void tree_shownAgain_keepsSelectionAndFolds();
     void tree_aDeviceGone_losesItsRowAlone();
     void tree_devicesInAnotherOrder_followsIt();
@@ -239,6 +240,23 @@ void ManagerServices::tree_ofNothing_saysWhatToDo()
     QCOMPARE(ServiceTree::target(tree.topLevelItem(0)->child(0)).kind, RowTarget::None);
     tree.showCatalogue(twoDevices());
     QCOMPARE(tree.topLevelItem(0)->childCount(), 2);
+}
+
+void ManagerServices::tree_ofTheLocalServiceAlone_hasRoomForItsName()
+{
+    ServiceTree tree;
+    tree.show();
+    Catalogue alone = twoDevices();
+    alone.devices.clear();
+    alone.shortcuts.clear();
+    tree.showCatalogue(alone);
+    const QTreeWidgetItem *service = tree.topLevelItem(1)->child(0);
+    const int left = tree.visualItemRect(service).left();
+    const int needed = left + tree.iconSize().width() + tree.fontMetrics().horizontalAdvance(service->text(0));
+    QVERIFY2(tree.columnWidth(0) > needed, qPrintable(QString::number(tree.columnWidth(0))));
+    tree.setColumnWidth(0, 50);
+    tree.showCatalogue(alone);
+    QCOMPARE(tree.columnWidth(0), 50); // as the user wants it
 }
 
 void ManagerServices::tree_shownAgain_keepsSelectionAndFolds()

@@ -5,8 +5,9 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
-#include <QStorageInfo>
 #include <QtMath>
+
+#include <filesystem>
 
 namespace {
 
@@ -146,12 +147,20 @@ void writeDepths(Writer &writer)
     }
 }
 
+/** Asks the file system itself: the list of mounts says nothing of a folder that serves a process as its root. */
+bool hasRoomFor(const QString &folder, qint64 bytes)
+{
+    std::error_code error;
+    const std::filesystem::space_info space = std::filesystem::space(QFile::encodeName(folder).toStdString(), error);
+    return error || space.available >= static_cast<std::uintmax_t>(bytes);
+}
+
 } // namespace
 
 bool makeSample(const QString &folder, const QString &deviceName, const SampleSizes &sizes, QString *error)
 {
     // Looked at first: a full temporary folder would be everybody's trouble.
-    if (QStorageInfo(folder).bytesAvailable() < sizes.largeFile + kSpaceLeft) {
+    if (!hasRoomFor(folder, sizes.largeFile + kSpaceLeft)) {
         *error = QStringLiteral("there is no room for the sample in %1").arg(folder);
         return false;
     }

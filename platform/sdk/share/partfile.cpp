@@ -51,7 +51,9 @@ bool isPartName(std::string_view name)
 
 void claimPart(int file)
 {
-    (void)::flock(file, LOCK_EX | LOCK_NB); // without locks only the tidying up is worse
+    // Whoever tidies up right now holds it for a moment, and has removed the file by then, which its writer can see.
+    // Without locks only the tidying up is worse.
+    (void)::flock(file, LOCK_EX);
 }
 
 void removePartIfAbandoned(int folder, const char *name)

@@ -3,6 +3,7 @@
 #include <QList>
 
 #include <mutex>
+#include <utility>
 
 namespace manager {
 
@@ -25,7 +26,9 @@ SdkEvents::~SdkEvents()
 
 void SdkEvents::stop()
 {
-    Btsdk_HostSetEventCallback(nullptr, nullptr);
+    // Only once: after the library's shutdown this call would start it anew.
+    if (std::exchange(m_listening, false))
+        Btsdk_HostSetEventCallback(nullptr, nullptr);
 }
 
 void SdkEvents::receive(const BtSdkEventInfo *event, void *context)

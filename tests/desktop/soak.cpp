@@ -405,7 +405,8 @@ void Soak::liveThroughTheDay()
     QTest::qWait(500);
     const Usage after = Usage::now();
     std::printf("before the manager: %s\nafter it: %s\n", qPrintable(before.text()), qPrintable(after.text()));
-    QVERIFY(after.threads <= before.threads + 1); // Qt keeps the one that watches processes
+    // Qt keeps the one that watches processes.
+    QVERIFY2(after.threads <= before.threads + 1, qPrintable(Usage::threadNames().join(QStringLiteral(", "))));
     QCOMPARE(after.children, 0);
     QCOMPARE(QDir(home("device")).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
     QVERIFY2(m_longest <= longestStandstill, qPrintable(QString::number(m_longest)));

@@ -52,6 +52,18 @@ Usage Usage::now()
     return usage;
 }
 
+QStringList Usage::threadNames()
+{
+    QStringList names;
+    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (tasks.hasNext()) {
+        QFile name(tasks.next() + QStringLiteral("/comm"));
+        if (name.open(QIODevice::ReadOnly))
+            names << QString::fromUtf8(name.readAll()).trimmed();
+    }
+    return names;
+}
+
 QStringList Usage::temporaryFiles(const QStringList &folders)
 {
     QStringList found;

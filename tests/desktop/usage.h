@@ -25,6 +25,8 @@ struct Usage
     QString text() const;
     /** What the descriptors lead to, a line each. */
     static QStringList descriptorList();
+    /** What the threads of this process call themselves. */
+    static QStringList threadNames();
 };
 
 #endif

@@ -3,7 +3,6 @@
 #include <QList>
 
 #include <mutex>
-#include <utility>
 
 namespace manager {
 
@@ -26,9 +25,7 @@ SdkEvents::~SdkEvents()
 
 void SdkEvents::stop()
 {
-    // Only once: after the library's shutdown this call would start it anew.
-    if (std::exchange(m_listening, false))
-        Btsdk_HostSetEventCallback(nullptr, nullptr);
+    Btsdk_HostSetEventCallback(nullptr, nullptr);
 }
 
 void SdkEvents::receive(const BtSdkEventInfo *event, void *context)

@@ -31,8 +31,6 @@ signals:
 private:
     static void receive(const BtSdkEventInfo *event, void *context);
     void handle(unsigned int event, unsigned int handle, unsigned int value);
-
-    bool m_listening = true;
 };
 
 /**

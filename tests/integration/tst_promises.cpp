@@ -44,6 +44,7 @@ private slots:
     void secure_rightPasskey_connects();
     void secure_wrongOrNone_authentication_data();
     void secure_wrongOrNone_authentication();
+    void callbacks_unsetAfterTheShutdown_startNothing();
     void passkeyCallback_unsetWhileItRuns_waitsForItsEnd();
     void passkeyCallback_setFromWithinItself_saysSo();
 
@@ -516,6 +517,19 @@ struct OpenQuestion
 };
 
 } // namespace
+
+void TestPromises::callbacks_unsetAfterTheShutdown_startNothing()
+{
+    const QDir threads(QStringLiteral("/proc/self/task"));
+    const auto running = [&threads] { return threads.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size(); };
+    Btsdk_HostShutdown();
+    const int before = running();
+    QCOMPARE(Btsdk_HostSetEventCallback(nullptr, nullptr), 0u);
+    QCOMPARE(Btsdk_HostSetPasskeyCallback(nullptr, nullptr), 0u);
+    QCOMPARE(Btsdk_HostSetAuthorizeCallback(nullptr, nullptr), 0u);
+    QCOMPARE(Btsdk_FTPRegisterDealReceiveFileCB(nullptr), 0u);
+    QVERIFY2(running() <= before, qPrintable(QString::number(running() - before)));
+}
 
 void TestPromises::passkeyCallback_unsetWhileItRuns_waitsForItsEnd()
 {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 using api::guarded;
+using api::guardedSetter;
 using api::Library;
 
 namespace {
@@ -141,16 +142,12 @@ int Btsdk_HostIsShortcutConnected(unsigned int shortcut)
 
 unsigned int Btsdk_HostSetEventCallback(BtsdkEventCallback callback, void *context)
 {
-    return guarded([&](Library &library) -> unsigned int {
-        return library.setEventCallback(callback, context) ? BTSDK_OK : BTSDK_ER_CALLBACK;
-    });
+    return guardedSetter(callback, [&](Library &library) { return library.setEventCallback(callback, context); });
 }
 
 unsigned int Btsdk_HostSetPasskeyCallback(BtsdkPasskeyCallback callback, void *context)
 {
-    return guarded([&](Library &library) -> unsigned int {
-        return library.setPasskeyCallback(callback, context) ? BTSDK_OK : BTSDK_ER_CALLBACK;
-    });
+    return guardedSetter(callback, [&](Library &library) { return library.setPasskeyCallback(callback, context); });
 }
 
 unsigned int Btsdk_HostAddNetworkDevice(const char *name, const char *address, unsigned int port, unsigned int *device)
@@ -184,8 +181,8 @@ unsigned int Btsdk_HostGetPasskey(char *buffer, unsigned int size)
 
 unsigned int Btsdk_HostSetAuthorizeCallback(BtsdkAuthorizeCallback callback, void *context)
 {
-    return guarded([&](Library &library) -> unsigned int {
-        return library.server().bluetooth().setAuthorizeCallback(callback, context) ? BTSDK_OK : BTSDK_ER_CALLBACK;
+    return guardedSetter(callback, [&](Library &library) {
+        return library.server().bluetooth().setAuthorizeCallback(callback, context);
     });
 }
 

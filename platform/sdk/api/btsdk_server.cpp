@@ -12,9 +12,8 @@ unsigned int Btsdk_RegisterFTPService(unsigned short access, const char *folder)
 
 unsigned int Btsdk_FTPRegisterDealReceiveFileCB(BtsdkReceiveFileCallback callback)
 {
-    return guarded([&](Library &library) -> unsigned int {
-        return library.server().setReceiveCallback(callback) ? BTSDK_OK : BTSDK_ER_CALLBACK;
-    });
+    return api::guardedSetter(callback,
+                              [&](Library &library) { return library.server().setReceiveCallback(callback); });
 }
 
 unsigned int Btsdk_StartServer(unsigned int server)

@@ -27,6 +27,15 @@ unsigned int guarded(Body body) noexcept
     return guarded<unsigned int>(BTSDK_ER_INTERNAL, body);
 }
 
+/** As guarded(), for a function that sets a callback: taking one away from a library that does not run starts none. */
+template <class Callback, class Body>
+unsigned int guardedSetter(Callback callback, Body body) noexcept
+{
+    if (!callback && !Library::isRunning())
+        return BTSDK_OK;
+    return guarded([&](Library &library) -> unsigned int { return body(library) ? BTSDK_OK : BTSDK_ER_CALLBACK; });
+}
+
 /** Whether a text was given: neither null nor empty. */
 inline bool isGiven(const char *text)
 {

@@ -43,6 +43,13 @@ std::shared_ptr<Library> Library::instance()
     return own.library;
 }
 
+bool Library::isRunning()
+{
+    Holder &own = holder();
+    const std::lock_guard<std::mutex> lock(own.mutex);
+    return own.library != nullptr;
+}
+
 void Library::shutDownInstance()
 {
     Holder &own = holder();

@@ -20,6 +20,7 @@ class Library : private ConnectionObserver, private ServerHostObserver
 public:
     /** The library of now; started by the first call. */
     static std::shared_ptr<Library> instance();
+    static bool isRunning();
 
     /** Ends the library of now, if any. Does nothing when called from within one of its callbacks. */
     static void shutDownInstance();
